@@ -1,0 +1,45 @@
+#include "base/log.h"
+
+#include <stdarg.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <syslog.h>
+
+namespace iv {
+
+namespace {
+
+// Function name into buf, composed when the name has a variable part.
+const char *fnText(FnName fn, char *buf, size_t size)
+{
+    if (!fn.arg)
+        return fn.fmt;
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+    snprintf(buf, size, fn.fmt, fn.arg);
+#pragma GCC diagnostic pop
+    return buf;
+}
+
+}  // namespace
+
+void log(int prio, FnName fn, int line, const char *fmt, ...)
+{
+    char name[128];
+    char text[256];
+    va_list ap;
+    va_start(ap, fmt);
+    vsnprintf(text, sizeof text, fmt, ap);
+    va_end(ap);
+    syslog(prio, "[INTFVELMOR] -> %s(%d): %s", fnText(fn, name, sizeof name), line, text);
+}
+
+void magicBroken(FnName fn, int line, const char *what, const char *magicName, uint32_t expected,
+                 const void *ctx, uint32_t found)
+{
+    log(kEmerg, fn, line, "%s[%s-%X] Ctx[ptr(%p) magic(%X)] text[%s]\n", what, magicName,
+        expected, ctx, found, "");
+    abort();
+}
+
+}  // namespace iv

@@ -1,0 +1,29 @@
+// Log lines of the library: "[INTFVELMOR] -> <function>(<line>): <text>".
+#pragma once
+
+#include <stdint.h>
+
+namespace iv {
+
+enum Prio : int { kEmerg = 0, kErr = 3, kWarning = 4 };
+
+// The reporting function's name, either literal (fmt alone) or composed from
+// a printf pattern with one %s (as "intfVelmor_%s_unserialize" and a type).
+struct FnName {
+    const char *fmt;
+    const char *arg;
+};
+
+void log(int prio, FnName fn, int line, const char *fmt, ...)
+    __attribute__((format(printf, 4, 5)));
+
+// Logs a broken magic at priority 0 and aborts the process.
+[[noreturn]] void magicBroken(FnName fn, int line, const char *what, const char *magicName,
+                              uint32_t expected, const void *ctx, uint32_t found);
+
+}  // namespace iv
+
+#define IV_LOG(prio, fn, ...) ::iv::log((prio), (fn), __LINE__, __VA_ARGS__)
+
+// Marks a function or object as part of the library's ABI.
+#define IV_EXPORT __attribute__((visibility("default")))

@@ -1,0 +1,8 @@
+#ifndef INTFVELMOR_STATION_H
+#define INTFVELMOR_STATION_H
+
+#include <stdint.h>
+
+#define INTFVELMOR_STATION_TYPES(X)
+
+#endif /* INTFVELMOR_STATION_H */

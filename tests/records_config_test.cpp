@@ -1,0 +1,3 @@
+// Records of the config domain: byte examples, lengths, bounds and failures.
+#include "record_ops.h"
+#include "testkit.h"

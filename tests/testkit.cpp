@@ -1,0 +1,122 @@
+#include "testkit.h"
+
+#include <stdarg.h>
+#include <stdio.h>
+#include <string.h>
+
+namespace ivtest {
+
+namespace {
+
+std::vector<LogLine> &store()
+{
+    static std::vector<LogLine> s;
+    return s;
+}
+
+// Splits "[INTFVELMOR] -> fn(line): text"; other lines keep fn empty.
+LogLine parse(int prio, const std::string &raw)
+{
+    LogLine l{prio, "", -1, raw, raw};
+    static const std::string prefix = "[INTFVELMOR] -> ";
+    if (raw.compare(0, prefix.size(), prefix) != 0)
+        return l;
+    size_t open = raw.find('(', prefix.size());
+    size_t close = raw.find("): ", open == std::string::npos ? 0 : open);
+    if (open == std::string::npos || close == std::string::npos)
+        return l;
+    l.fn = raw.substr(prefix.size(), open - prefix.size());
+    l.line = atoi(raw.c_str() + open + 1);
+    l.text = raw.substr(close + 3);
+    return l;
+}
+
+void capture(int prio, const char *fmt, va_list ap)
+{
+    char buf[2048];
+    vsnprintf(buf, sizeof buf, fmt, ap);
+    store().push_back(parse(prio, buf));
+    // Death tests can only read stderr: show the emergency lines there.
+    if (prio == 0)
+        fprintf(stderr, "%s", buf);
+}
+
+}  // namespace
+
+const std::vector<LogLine> &logs() { return store(); }
+void clearLogs() { store().clear(); }
+
+std::vector<std::string> lines()
+{
+    std::vector<std::string> out;
+    for (const LogLine &l : store())
+        out.push_back(l.fn + ": " + l.text);
+    return out;
+}
+
+std::vector<std::string> linesAt(int prio)
+{
+    std::vector<std::string> out;
+    for (const LogLine &l : store())
+        if (l.prio == prio)
+            out.push_back(l.fn + ": " + l.text);
+    return out;
+}
+
+std::vector<uint8_t> hex(const std::string &text)
+{
+    std::vector<uint8_t> out;
+    int hi = -1;
+    for (char c : text) {
+        int v = c >= '0' && c <= '9' ? c - '0'
+                : c >= 'a' && c <= 'f' ? c - 'a' + 10
+                : c >= 'A' && c <= 'F' ? c - 'A' + 10
+                                       : -1;
+        if (v < 0)
+            continue;
+        if (hi < 0) {
+            hi = v;
+        } else {
+            out.push_back((uint8_t)(hi << 4 | v));
+            hi = -1;
+        }
+    }
+    return out;
+}
+
+std::string toHex(const uint8_t *p, size_t n)
+{
+    std::string s;
+    char b[4];
+    for (size_t i = 0; i < n; ++i) {
+        snprintf(b, sizeof b, i ? " %02X" : "%02X", p[i]);
+        s += b;
+    }
+    return s;
+}
+
+}  // namespace ivtest
+
+// The library logs through syslog; the tests read what it would have sent.
+extern "C" {
+
+void syslog(int prio, const char *fmt, ...)
+{
+    va_list ap;
+    va_start(ap, fmt);
+    ivtest::capture(prio, fmt, ap);
+    va_end(ap);
+}
+
+void vsyslog(int prio, const char *fmt, va_list ap) { ivtest::capture(prio, fmt, ap); }
+
+void __syslog_chk(int prio, int, const char *fmt, ...)
+{
+    va_list ap;
+    va_start(ap, fmt);
+    ivtest::capture(prio, fmt, ap);
+    va_end(ap);
+}
+
+void __vsyslog_chk(int prio, int, const char *fmt, va_list ap) { ivtest::capture(prio, fmt, ap); }
+}

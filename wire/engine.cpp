@@ -1,0 +1,387 @@
+#include "wire/engine.h"
+
+#include <string.h>
+
+#include "wire/bytes.h"
+
+namespace iv {
+
+namespace {
+
+constexpr uint32_t kMalformed = 4;
+
+uint32_t loadScalar(Form f, const uint8_t *m)
+{
+    switch (f) {
+    case Form::U8: return *m;
+    case Form::I8: return (uint32_t)(int32_t) * (const int8_t *)m;
+    case Form::U16: return *(const uint16_t *)m;
+    case Form::I16: return (uint32_t)(int32_t) * (const int16_t *)m;
+    default: return *(const uint32_t *)m;
+    }
+}
+
+// Truncates a wire value to the member's width.
+void storeScalar(Form f, uint8_t *m, uint32_t v)
+{
+    switch (f) {
+    case Form::U8:
+    case Form::I8: *m = (uint8_t)v; break;
+    case Form::U16:
+    case Form::I16: *(uint16_t *)m = (uint16_t)v; break;
+    default: *(uint32_t *)m = v; break;
+    }
+}
+
+uint32_t loadCount(const Field &f, const uint8_t *rec)
+{
+    return f.countWidth == 1 ? rec[f.countOffset] : *(const uint32_t *)(rec + f.countOffset);
+}
+
+uint32_t used(const Field &f, const uint8_t *rec)
+{
+    uint32_t n = loadCount(f, rec);
+    return n < f.cap ? n : f.cap;
+}
+
+// Characters of a text member; a member without its NUL counts as N - 1.
+uint32_t textLen(const char *s, uint32_t cap) { return (uint32_t)strnlen(s, cap - 1); }
+
+FnName unserializeName(const TypeDesc &d) { return {"intfVelmor_%s_unserialize", d.name}; }
+FnName copyName(const TypeDesc &d) { return {"intfVelmor_%s_copy", d.name}; }
+
+// Bytes left before end; end null means the item lengths are trusted.
+inline bool short_of(const uint8_t *p, const uint8_t *end, uint32_t n)
+{
+    return end && (uint32_t)(end - p) < n;
+}
+
+uint32_t truncated(const Reporter &who, int line, const uint8_t *p, const uint8_t *end,
+                   uint32_t tag)
+{
+    log(kErr, who.fn, line, "pBody(%p): Type(%d) -> Truncated(%u)\n", (const void *)who.base,
+        (int)tag, (unsigned)(end - p));
+    return kMalformed;
+}
+
+uint32_t beyondEnd(const Reporter &who, int line, uint32_t tag, uint32_t len, uint32_t left)
+{
+    log(kErr, who.fn, line, "pBody(%p): Tl(%u-%u) -> Beyond end(%u)\n", (const void *)who.base,
+        tag, len, left);
+    return kMalformed;
+}
+
+void errorBefore(const Reporter &who, uint32_t tag)
+{
+    IV_LOG(kErr, who.fn, "pBody(%p): Type(%d) -> Error Before\n", (const void *)who.base,
+           (int)tag);
+}
+
+uint32_t readScalar64(const Reporter &who, const uint8_t *&p, const uint8_t *end, uint32_t tag,
+                      uint64_t &value)
+{
+    if (short_of(p, end, 16))
+        return truncated(who, __LINE__, p, end, tag);
+    uint64_t t = rd64(p), l = rd64(p + 8);
+    if (t != tag) {
+        IV_LOG(kErr, who.fn, "pBody(%p): Tl(%llu-%llu) expectded(%u)\n", (const void *)who.base,
+               (unsigned long long)t, (unsigned long long)l, tag);
+        return kMalformed;
+    }
+    uint32_t skip = (uint32_t)l;
+    if (end && (short_of(p, end, 24) || skip > (uint32_t)(end - p) - 16))
+        return beyondEnd(who, __LINE__, tag, skip, (uint32_t)(end - p) - 16);
+    value = rd64(p + 16);
+    p += 16 + (size_t)skip;
+    return 0;
+}
+
+struct Engine {
+    static uint32_t copy(const TypeDesc &d, uint8_t *dst, const uint8_t *src);
+    static uint32_t length(const TypeDesc &d, const uint8_t *rec);
+    static void write(const TypeDesc &d, const uint8_t *rec, uint8_t *&p);
+    static uint32_t read(const TypeDesc &d, uint8_t *rec, const uint8_t *&p, const uint8_t *end,
+                         const Reporter &who);
+    static uint32_t readNested(const TypeDesc &d, uint8_t *rec, const uint8_t *&p,
+                               const uint8_t *end)
+    {
+        return read(d, rec, p, end, Reporter{unserializeName(d), p});
+    }
+};
+
+uint32_t Engine::copy(const TypeDesc &d, uint8_t *dst, const uint8_t *src)
+{
+    for (const Field *f = d.fields, *e = f + d.count; f != e; ++f) {
+        uint8_t *to = dst + f->offset;
+        const uint8_t *from = src + f->offset;
+        switch (f->form) {
+        case Form::U8:
+        case Form::I8: *to = *from; break;
+        case Form::U16:
+        case Form::I16: memcpy(to, from, 2); break;
+        case Form::U32: memcpy(to, from, 4); break;
+        case Form::U64: memcpy(to, from, 8); break;
+        case Form::Text:
+            strncpy((char *)to, (const char *)from, f->cap);
+            to[f->cap - 1] = 0;
+            break;
+        case Form::Record: {
+            uint32_t rc = copy(*f->sub, to, from);
+            if (rc) {
+                IV_LOG(kErr, copyName(d), "Copy %s failed(%d)\n", f->sub->name, (int)rc);
+                return rc;
+            }
+            break;
+        }
+        case Form::ArrayU32:
+        case Form::ArrayRec:
+        case Form::Table: {
+            uint32_t n = f->cap;
+            if (f->form != Form::Table) {
+                memcpy(dst + f->countOffset, src + f->countOffset, f->countWidth);
+                n = used(*f, src);
+            }
+            if (f->form == Form::ArrayU32) {
+                memcpy(to, from, (size_t)n * 4);
+                break;
+            }
+            for (uint32_t i = 0; i < n; ++i) {
+                uint32_t rc = copy(*f->sub, to + i * f->stride, from + i * f->stride);
+                if (rc) {
+                    IV_LOG(kErr, copyName(d), "Copy %s failed(%u)\n", f->sub->name, rc);
+                    return rc;
+                }
+            }
+            break;
+        }
+        }
+    }
+    return 0;
+}
+
+uint32_t Engine::length(const TypeDesc &d, const uint8_t *rec)
+{
+    uint32_t len = 0;
+    for (const Field *f = d.fields, *e = f + d.count; f != e; ++f) {
+        const uint8_t *m = rec + f->offset;
+        switch (f->form) {
+        case Form::U64: len += kScalar64Size; break;
+        case Form::Text: len += textItemSize(textLen((const char *)m, f->cap)); break;
+        case Form::Record: len += length(*f->sub, m); break;
+        case Form::ArrayU32: len += kScalar32Size * (1 + used(*f, rec)); break;
+        case Form::ArrayRec:
+        case Form::Table: {
+            uint32_t n = f->cap;
+            if (f->form == Form::ArrayRec) {
+                len += kScalar32Size;
+                n = used(*f, rec);
+            }
+            for (uint32_t i = 0; i < n; ++i)
+                len += length(*f->sub, m + i * f->stride);
+            break;
+        }
+        default: len += kScalar32Size; break;
+        }
+    }
+    return len;
+}
+
+void Engine::write(const TypeDesc &d, const uint8_t *rec, uint8_t *&p)
+{
+    for (const Field *f = d.fields, *e = f + d.count; f != e; ++f) {
+        const uint8_t *m = rec + f->offset;
+        switch (f->form) {
+        case Form::U64:
+            wr64(p, f->tag);
+            wr64(p + 8, 8);
+            wr64(p + 16, *(const uint64_t *)m);
+            p += kScalar64Size;
+            break;
+        case Form::Text: {
+            // The pad bytes are counted but not written: buffers come zero-filled.
+            uint32_t n = textLen((const char *)m, f->cap);
+            uint32_t size = textItemSize(n);
+            wr32(p, f->tag);
+            wr32(p + 4, size - 8);
+            memcpy(p + 8, m, n);
+            p[8 + n] = 0;
+            p += size;
+            break;
+        }
+        case Form::Record: write(*f->sub, m, p); break;
+        case Form::ArrayU32: {
+            uint32_t n = used(*f, rec);
+            p = putScalar32(p, f->countTag, loadCount(*f, rec));
+            for (uint32_t i = 0; i < n; ++i)
+                p = putScalar32(p, f->tag, ((const uint32_t *)m)[i]);
+            break;
+        }
+        case Form::ArrayRec:
+        case Form::Table: {
+            uint32_t n = f->cap;
+            if (f->form == Form::ArrayRec) {
+                n = used(*f, rec);
+                p = putScalar32(p, f->countTag, loadCount(*f, rec));
+            }
+            for (uint32_t i = 0; i < n; ++i)
+                write(*f->sub, m + i * f->stride, p);
+            break;
+        }
+        default: p = putScalar32(p, f->tag, loadScalar(f->form, m)); break;
+        }
+    }
+}
+
+// Reads the members in order. After the first failure nothing more is read:
+// each later item of this level (scalar, text, count, scalar element) logs
+// "Error Before"; later nested records and record elements stay silent.
+uint32_t Engine::read(const TypeDesc &d, uint8_t *rec, const uint8_t *&p, const uint8_t *end,
+                      const Reporter &who)
+{
+    uint32_t err = 0;
+    for (const Field *f = d.fields, *e = f + d.count; f != e; ++f) {
+        uint8_t *m = rec + f->offset;
+        switch (f->form) {
+        case Form::U64: {
+            uint64_t v;
+            if (err)
+                errorBefore(who, f->tag);
+            else if (!(err = readScalar64(who, p, end, f->tag, v)))
+                memcpy(m, &v, 8);
+            break;
+        }
+        case Form::Text:
+            if (err)
+                errorBefore(who, f->tag);
+            else
+                err = readText(who, p, end, f->tag, (char *)m, f->cap);
+            break;
+        case Form::Record:
+            if (!err)
+                err = readNested(*f->sub, m, p, end);
+            break;
+        case Form::Table:
+            for (uint32_t i = 0; i < f->cap && !err; ++i)
+                err = readNested(*f->sub, m + i * f->stride, p, end);
+            break;
+        case Form::ArrayRec:
+        case Form::ArrayU32: {
+            uint32_t v;
+            if (err)
+                errorBefore(who, f->countTag);
+            else if (!(err = readScalar32(who, p, end, f->countTag, v)))
+                storeScalar(f->countWidth == 1 ? Form::U8 : Form::U32, rec + f->countOffset, v);
+            // The bound re-reads the stored count: the record's own count when
+            // the count item was not read.
+            for (uint32_t i = 0; i < used(*f, rec); ++i) {
+                if (f->form == Form::ArrayRec) {
+                    if (err)
+                        break;
+                    err = readNested(*f->sub, m + i * f->stride, p, end);
+                } else if (err) {
+                    errorBefore(who, f->tag);
+                } else if (!(err = readScalar32(who, p, end, f->tag, v))) {
+                    ((uint32_t *)m)[i] = v;
+                }
+            }
+            break;
+        }
+        default: {
+            uint32_t v;
+            if (err)
+                errorBefore(who, f->tag);
+            else if (!(err = readScalar32(who, p, end, f->tag, v)))
+                storeScalar(f->form, m, v);
+            break;
+        }
+        }
+    }
+    return err;
+}
+
+}  // namespace
+
+uint32_t readScalar32(const Reporter &who, const uint8_t *&p, const uint8_t *end, uint32_t tag,
+                      uint32_t &value)
+{
+    if (short_of(p, end, 8))
+        return truncated(who, __LINE__, p, end, tag);
+    uint32_t t = rd32(p), l = rd32(p + 4);
+    if (t != tag) {
+        IV_LOG(kErr, who.fn, "pBody(%p): Tl(%u-%u) expectded(%u)\n", (const void *)who.base, t, l,
+               tag);
+        return kMalformed;
+    }
+    // The length is not compared with 4: whatever it declares is skipped.
+    if (end && (short_of(p, end, 12) || l > (uint32_t)(end - p) - 8))
+        return beyondEnd(who, __LINE__, tag, l, (uint32_t)(end - p) - 8);
+    value = rd32(p + 8);
+    p += 8 + (size_t)l;
+    return 0;
+}
+
+uint32_t readText(const Reporter &who, const uint8_t *&p, const uint8_t *end, uint32_t tag,
+                  char *dst, uint32_t cap)
+{
+    if (short_of(p, end, 8))
+        return truncated(who, __LINE__, p, end, tag);
+    uint32_t t = rd32(p), l = rd32(p + 4);
+    if (t != tag) {
+        IV_LOG(kErr, who.fn, "pBody(%p): Tl(%u-%u) expectded(%u)\n", (const void *)who.base, t, l,
+               tag);
+        return kMalformed;
+    }
+    if (short_of(p + 8, end, l))
+        return beyondEnd(who, __LINE__, tag, l, (uint32_t)(end - p) - 8);
+    // The scan never leaves the item, so a long text is measured in full.
+    const uint8_t *nul = (const uint8_t *)memchr(p + 8, 0, l);
+    if (!nul) {
+        IV_LOG(kErr, who.fn, "pBody(%p): Tl(%u-%u) -> No NUL\n", (const void *)who.base, t, l);
+        return kMalformed;
+    }
+    uint32_t n = (uint32_t)(nul - (p + 8));
+    if (n + 1 > cap) {
+        IV_LOG(kErr, who.fn, "lgChainIn(%d) lgMaxChainOut(%d)\n", (int)(n + 1), (int)cap);
+        return kMalformed;
+    }
+    memcpy(dst, p + 8, n + 1);
+    p += 8 + (size_t)l;
+    return 0;
+}
+
+uint32_t copy(const TypeDesc &d, void *dst, const void *src)
+{
+    if (!dst || !src)
+        return kMalformed;
+    return Engine::copy(d, (uint8_t *)dst, (const uint8_t *)src);
+}
+
+uint32_t length(const TypeDesc &d, const void *rec)
+{
+    return rec ? Engine::length(d, (const uint8_t *)rec) : 0;
+}
+
+uint32_t serialize(const TypeDesc &d, const void *rec, uint8_t **pos)
+{
+    if (!rec || !pos || !*pos)
+        return kMalformed;
+    Engine::write(d, (const uint8_t *)rec, *pos);
+    return 0;
+}
+
+uint32_t unserializeAs(const TypeDesc &d, void *rec, const uint8_t **pos, const uint8_t *end,
+                       Reporter who)
+{
+    if (!rec || !pos || !*pos)
+        return kMalformed;
+    return Engine::read(d, (uint8_t *)rec, *pos, end, who);
+}
+
+uint32_t unserialize(const TypeDesc &d, void *rec, const uint8_t **pos, const uint8_t *end)
+{
+    if (!pos)
+        return kMalformed;
+    return unserializeAs(d, rec, pos, end, Reporter{unserializeName(d), *pos});
+}
+
+}  // namespace iv
