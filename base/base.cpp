@@ -16,11 +16,16 @@ constexpr char kGetTemporarilyBlackList[] = "GetTemporarilyBlackList";
 
 }  // namespace
 
-// Message functions are wired in once the messages exist.
-#define IV_CMD_ENTRY(idx, name, entryName, magic, stamp) \
-    {nullptr, 0, entryName, nullptr, nullptr, nullptr, nullptr, idx},
-#define IV_NTFY_ENTRY(idx, name, Name, entryName, magic, stamp) \
-    {nullptr, 0, entryName, nullptr, nullptr, nullptr, nullptr, idx},
+#define IV_CMD_ENTRY(idx, X, entryName, magic, stamp, magicName)                    \
+    {intfVelmor_recvReq_##X, 0, entryName, intfVelmor_cbEvtMsgMngt_freeBody_msgCmd_##X, \
+     intfVelmor_cbEvtMsgMngt_serializeBody_msgCmd_##X,                                  \
+     intfVelmor_cbEvtMsgMngt_unserializeBody_msgCmd_##X,                                \
+     intfVelmor_cbEvtMsgMngt_logBody_msgCmd_##X, idx},
+#define IV_NTFY_ENTRY(idx, x, X, entryName, magic, stamp, magicName)                    \
+    {intfVelmor_recvReq_ntfy##X, 0, entryName, intfVelmor_cbEvtMsgMngt_freeBody_msgNtfy_##x, \
+     intfVelmor_cbEvtMsgMngt_serializeBody_msgNtfy_##x,                                 \
+     intfVelmor_cbEvtMsgMngt_unserializeBody_msgNtfy_##x,                               \
+     intfVelmor_cbEvtMsgMngt_logBody_msgNtfy_##x, idx},
 
 extern "C" {
 IV_EXPORT intfVelmor_descriptor intfVelmor_base = {

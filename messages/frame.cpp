@@ -1,1 +1,340 @@
-// messages: frame
+#include "messages/frame.h"
+
+#include <string.h>
+
+#include "base/alloc.h"
+#include "intfVelmor.h"
+#include "tolkHost.h"
+#include "wire/bytes.h"
+
+namespace iv {
+
+namespace {
+
+constexpr char kIntfName[] = "IntfVelmor";
+constexpr uint32_t kCoreWord = 18;  // passed unchanged on every delivery
+constexpr uint32_t kNone = 0xFFFF;
+constexpr uint32_t kDeadMagic = 0xDEADBEEF;
+constexpr uint32_t kFrameSize = 2 * kScalar32Size;
+
+enum Op { kFree, kSerialize, kUnserialize, kLog };
+
+// Body callbacks name the request and response paths apart in their lines:
+// msgCmdReq, msgCmdRes, msgNtfyReq; an unknown type keeps the plain name.
+#define IV_CB_NAMES(op)                                                                      \
+    {"intfVelmor_cbEvtMsgMngt_" op "_msgCmdReq_%s", "intfVelmor_cbEvtMsgMngt_" op "_msgCmdRes_%s", \
+     "intfVelmor_cbEvtMsgMngt_" op "_msgCmd_%s", "intfVelmor_cbEvtMsgMngt_" op "_msgNtfyReq_%s", \
+     "intfVelmor_cbEvtMsgMngt_" op "_msgNtfy_%s"}
+const char *const kCbNames[4][5] = {IV_CB_NAMES("freeBody"), IV_CB_NAMES("serializeBody"),
+                                    IV_CB_NAMES("unserializeBody"), IV_CB_NAMES("logBody")};
+#undef IV_CB_NAMES
+
+FnName cbName(const MsgDesc &m, Op op, int32_t type)
+{
+    int col = m.ntfy ? (type == kReq ? 3 : 4) : (type == kReq ? 0 : type == kRes ? 1 : 2);
+    return {kCbNames[op][col], m.name};
+}
+
+FnName plainName(const MsgDesc &m, Op op) { return {kCbNames[op][m.ntfy ? 4 : 2], m.name}; }
+
+bool knownType(int32_t type) { return type == kReq || type == kRes; }
+
+void checkMagic(const MsgDesc &m, FnName fn, int line, const BodyHead *b)
+{
+    if (b->magic != m.magic)
+        magicBroken(fn, line, "Check Magic", m.magicName, m.magic, b, b->magic);
+}
+
+void logNull(FnName fn, int line) { log(kErr, fn, line, "Ctx[NULL] text[%s]\n", ""); }
+
+uint32_t scalarWidth(Form f)
+{
+    switch (f) {
+    case Form::U8:
+    case Form::I8: return 1;
+    case Form::U16:
+    case Form::I16: return 2;
+    case Form::U64: return 8;
+    default: return 4;
+    }
+}
+
+// A new zero-filled body holding the caller's members: records by their
+// copy, texts cut to the field, scalars as given. A failing record copy is
+// logged and the body goes out all the same.
+BodyHead *newBody(const MsgDesc &m, int32_t type, FnName fn, Args args)
+{
+    BodyHead *b = (BodyHead *)zalloc(m.size[type]);
+    if (!b) {
+        IV_LOG(kErr, fn, "Allocating Memory Ctx[%s]\n", "");
+        return nullptr;
+    }
+    b->magic = m.magic;
+    const TypeDesc *d = m.members[type];
+    for (uint16_t i = 0; d && i < d->count; ++i) {
+        const Field &f = d->fields[i];
+        uint8_t *dst = (uint8_t *)b + f.offset;
+        if (f.form == Form::Record) {
+            if (copy(*f.sub, dst, args[i]))
+                IV_LOG(kErr, fn, "Copy %s failed\n", f.sub->name);
+        } else if (f.form == Form::Text) {
+            if (args[i])
+                strncpy((char *)dst, (const char *)args[i], f.cap);
+            dst[f.cap - 1] = 0;
+        } else {
+            memcpy(dst, args[i], scalarWidth(f.form));
+        }
+    }
+    return b;
+}
+
+intfVelmor_descriptor &base() { return intfVelmor_base; }
+
+}  // namespace
+
+uint32_t sendReq(const MsgDesc &m, void *user, void *cbRes, void *recvRes, uint32_t word1,
+                 uint32_t word2, const char *srvName, Args args)
+{
+    FnName fn{"intfVelmor_sendReq_%s", m.sendName};
+    if (!srvName) {
+        IV_LOG(kErr, fn, "user(%p): UserName Null\n", user);
+        return 0;
+    }
+    BodyHead *b = newBody(m, kReq, fn, args);
+    if (!b)
+        return 0;
+    return tolkCore_sendMsgReq_toNameUser(tolkIntf_getCore_user(user), b,
+                                          cbRes ? recvRes : nullptr, cbRes, word1, word2,
+                                          srvName, base().cmd.mngtNum, m.index, kNone, kCoreWord);
+}
+
+void sendRes(const MsgDesc &m, void *ctx, Args args)
+{
+    if (tolkCore_isMsg_needRes(ctx) != 0)
+        return;
+    BodyHead *b = newBody(m, kRes, FnName{"intfVelmor_sendRes_%s", m.name}, args);
+    if (b)
+        tolkCore_sendMsgRes(ctx, b, 0, kCoreWord);
+}
+
+void sendNtfy(const MsgDesc &m, void *user, uint32_t word1, uint32_t word2, Args args)
+{
+    BodyHead *b = newBody(m, kReq, FnName{"intfVelmor_sendReq_%s", m.sendName}, args);
+    if (b)
+        tolkIntf_sendReq_ntfy(user, b, 0, 0, 0, word1, word2, kIntfName, base().ntfy.mngtNum,
+                              m.index, 0, 0, kCoreWord);
+}
+
+BodyHead *recvReq(const MsgDesc &m, void *ctx, void *body, void *handler)
+{
+    FnName fn{"intfVelmor_recvReq_%s", m.sendName};
+    if (!body) {
+        logNull(fn, __LINE__);
+        return nullptr;
+    }
+    BodyHead *b = (BodyHead *)body;
+    checkMagic(m, fn, __LINE__, b);
+    if (!handler) {
+        tolkCore_sendMsgRes(ctx, body, INTFVELMOR_RES_NO_HANDLER, kCoreWord);
+        return nullptr;
+    }
+    return b;
+}
+
+BodyHead *recvRes(const MsgDesc &m, void *ctx, void *body)
+{
+    FnName fn{"intfVelmor_recvRes_%s", m.name};
+    if (!body) {
+        logNull(fn, __LINE__);
+        return nullptr;
+    }
+    BodyHead *b = (BodyHead *)body;
+    checkMagic(m, fn, __LINE__, b);
+    if (!ctx || !((tolkCore_msgCtx *)ctx)->cbRes) {
+        tolkCore_sendMsgRes(ctx, body, INTFVELMOR_RES_NO_HANDLER, kCoreWord);
+        return nullptr;
+    }
+    return b;
+}
+
+uint32_t modSrv(const MsgDesc &m, void *user, uint32_t w1, uint32_t w2, uint32_t w3)
+{
+    uint32_t rc = tolkIntf_modSrv_mthd(user, w1, w2, w3, m.magic + 1, kIntfName, &base().cmd,
+                                       &base().ntfy, m.index, kNone, kNone);
+    if (rc)
+        IV_LOG(kErr, (FnName{"intfVelmor_modSrv_recvMsg_%s", m.name}),
+               "user(%p): ModCliNtfyUser failed(%d)\n", user, (int)rc);
+    return rc;
+}
+
+uint32_t modCliNtfy(const MsgDesc &m, void *user, uint32_t w1, uint32_t w2, uint32_t w3,
+                    const char *busName, void *userName)
+{
+    uint32_t rc = tolkIntf_modCliNtfyUser_mthd(user, w1, w2, w3, m.magic + 1, busName, userName,
+                                               kIntfName, &base().cmd, &base().ntfy, m.index);
+    if (rc)
+        IV_LOG(kErr, (FnName{"intfVelmor_modCliNtfyUser_recvMsg_%s", m.name}),
+               "user(%p) bus name(%s) user name(%p): ModCliNtfyUser\n", user,
+               busName ? busName : "", userName);
+    return rc;
+}
+
+uint32_t needUpdate(const MsgDesc &m, void *user, uint32_t w1, uint32_t w2, uint32_t w3)
+{
+    uint32_t rc = tolkIntf_modSrv_ntfy_needUpdate(user, w1, w2, w3, kIntfName, &base().cmd,
+                                                  &base().ntfy, m.index);
+    if (rc)
+        IV_LOG(kErr, (FnName{"intfVelmor_modSrv_needUpdate_%s", m.sendName}),
+               "user(%p): ModSrv failed(%d)\n", user, (int)rc);
+    return rc;
+}
+
+void freeBody(const MsgDesc &m, int32_t type, void *body)
+{
+    if (m.ntfy && type == kRes) {
+        IV_LOG(kErr, plainName(m, kFree), "No free body response process\n");
+        return;
+    }
+    if (!knownType(type)) {
+        IV_LOG(kErr, plainName(m, kFree), "Type(%d) unknown", (int)type);
+        return;
+    }
+    FnName fn = cbName(m, kFree, type);
+    if (!body) {
+        logNull(fn, __LINE__);
+        return;
+    }
+    BodyHead *b = (BodyHead *)body;
+    // A command request is checked before its reference word; a response or
+    // a notification held elsewhere is left alone unchecked.
+    if (type == kReq && !m.ntfy)
+        checkMagic(m, fn, __LINE__, b);
+    if (b->ref)
+        return;
+    if (type == kRes || m.ntfy)
+        checkMagic(m, fn, __LINE__, b);
+    // Records own no storage: cleaning them releases nothing.
+    b->magic = kDeadMagic;
+    release(b);
+}
+
+uint32_t serializeBody(const MsgDesc &m, int32_t type, void *body, uint8_t **out,
+                       uint32_t *outLen)
+{
+    if (m.ntfy && type == kRes) {
+        IV_LOG(kErr, plainName(m, kSerialize), "No Serialize response process\n");
+        return INTFVELMOR_ERR_TYPE;
+    }
+    if (!knownType(type)) {
+        IV_LOG(kErr, plainName(m, kSerialize), "Type(%d) unknown\n", (int)type);
+        return INTFVELMOR_ERR_TYPE;
+    }
+    FnName fn = cbName(m, kSerialize, type);
+    if (!body || !out || !outLen) {
+        logNull(fn, __LINE__);
+        return INTFVELMOR_ERR_BODY;
+    }
+    BodyHead *b = (BodyHead *)body;
+    checkMagic(m, fn, __LINE__, b);
+    const TypeDesc *d = m.members[type];
+    uint32_t len = kFrameSize + (d ? length(*d, b) : 0);
+    uint8_t *buf = (uint8_t *)zalloc(len);
+    if (!buf) {
+        IV_LOG(kErr, fn, "Allocating Memory N Ctx[%s]\n", "");
+        return INTFVELMOR_ERR_ALLOC;
+    }
+    uint8_t *p = putScalar32(buf, 0, b->magic);
+    p = putScalar32(p, 1, m.stamp);
+    uint32_t rc = d ? serialize(*d, b, &p) : 0;
+    if (rc) {
+        IV_LOG(kErr, fn,
+               type == kReq ? "BodyReq(%p): On serialize failed(%d)\n"
+                            : "pBodyReq(%p): On serialize failed(%d)\n",
+               (void *)buf, (int)rc);
+        release(buf);
+        return rc;
+    }
+    *out = buf;
+    *outLen = len;
+    return 0;
+}
+
+uint32_t unserializeBody(const MsgDesc &m, int32_t type, const uint8_t *bytes,
+                         const uint8_t *end, void **out, uint32_t *outSize)
+{
+    if (m.ntfy && type == kRes) {
+        IV_LOG(kErr, plainName(m, kUnserialize), "No Unserialize response process\n");
+        return INTFVELMOR_ERR_TYPE;
+    }
+    if (!knownType(type)) {
+        IV_LOG(kErr, plainName(m, kUnserialize), "Type(%d) unknown\n", (int)type);
+        return INTFVELMOR_ERR_TYPE;
+    }
+    FnName fn = cbName(m, kUnserialize, type);
+    if (!bytes || !out || !outSize) {
+        logNull(fn, __LINE__);
+        return INTFVELMOR_ERR_BODY;
+    }
+    BodyHead *b = (BodyHead *)zalloc(m.size[type]);
+    if (!b) {
+        IV_LOG(kErr, fn, "Allocating Memory Ctx[%s]\n", "");
+        return INTFVELMOR_ERR_ALLOC;
+    }
+    Reporter who{fn, bytes};
+    const uint8_t *p = bytes;
+    uint32_t value = 0, rc = 0;
+    if (readScalar32(who, p, end, 0, value)) {
+        errorBefore(who, 1);
+        rc = INTFVELMOR_ERR_FRAME;
+    } else if (value != m.magic) {
+        // Another message's bytes: refused here, before any magic check aborts.
+        IV_LOG(kErr, fn, "Check Magic[%s-%X] Ctx[ptr(%p) magic(%X)] text[%s]\n", m.magicName,
+               m.magic, (const void *)bytes, value, "refused");
+        rc = INTFVELMOR_ERR_FRAME;
+    } else {
+        b->magic = value;
+        if (readScalar32(who, p, end, 1, value) || (uint16_t)value != m.stamp)
+            rc = INTFVELMOR_ERR_FRAME;
+        else if (m.members[type])
+            rc = unserializeAs(*m.members[type], b, &p, end, who);
+    }
+    if (rc) {
+        release(b);
+        return rc;
+    }
+    *out = b;
+    *outSize = m.size[type];
+    return 0;
+}
+
+void logBody(const MsgDesc &m, char **outText)
+{
+    if (!outText) {
+        IV_LOG(kErr, plainName(m, kLog), "Invalid parameter\n");
+        return;
+    }
+    *outText = (char *)zalloc(1);
+    if (!*outText)
+        IV_LOG(kErr, plainName(m, kLog), "Allocating Memory N Ctx[%s]\n", "");
+}
+
+}  // namespace iv
+
+extern "C" IV_EXPORT uint32_t intfVelmor_unserializeBodyBounded(
+    intfVelmor_unserializeBodyFn entryFn, int32_t type, const uint8_t *bytes, const uint8_t *end,
+    void **outBody, uint32_t *outSize)
+{
+    const intfVelmor_descriptor &d = intfVelmor_base;
+    const iv::MsgDesc *m = nullptr;
+    for (uint32_t i = 0; i < INTFVELMOR_CMD_COUNT && !m; ++i)
+        if (d.cmd.entries[i].unserializeBody == entryFn)
+            m = iv::kCommands[i];
+    for (uint32_t i = 0; i < INTFVELMOR_NTFY_COUNT && !m; ++i)
+        if (d.ntfy.entries[i].unserializeBody == entryFn)
+            m = iv::kNotifications[i];
+    if (!m || !entryFn)
+        return INTFVELMOR_ERR_TYPE;
+    if (!end || (bytes && end < bytes))
+        return INTFVELMOR_ERR_BODY;
+    return iv::unserializeBody(*m, type, bytes, end, outBody, outSize);
+}

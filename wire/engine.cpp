@@ -71,12 +71,6 @@ uint32_t beyondEnd(const Reporter &who, int line, uint32_t tag, uint32_t len, ui
     return kMalformed;
 }
 
-void errorBefore(const Reporter &who, uint32_t tag)
-{
-    IV_LOG(kErr, who.fn, "pBody(%p): Type(%d) -> Error Before\n", (const void *)who.base,
-           (int)tag);
-}
-
 uint32_t readScalar64(const Reporter &who, const uint8_t *&p, const uint8_t *end, uint32_t tag,
                       uint64_t &value)
 {
@@ -300,6 +294,12 @@ uint32_t Engine::read(const TypeDesc &d, uint8_t *rec, const uint8_t *&p, const 
 }
 
 }  // namespace
+
+void errorBefore(const Reporter &who, uint32_t tag)
+{
+    IV_LOG(kErr, who.fn, "pBody(%p): Type(%d) -> Error Before\n", (const void *)who.base,
+           (int)tag);
+}
 
 uint32_t readScalar32(const Reporter &who, const uint8_t *&p, const uint8_t *end, uint32_t tag,
                       uint32_t &value)

@@ -67,6 +67,7 @@ uint32_t unserializeAs(const TypeDesc &d, void *rec, const uint8_t **pos, const 
 // reader of the engine and of message bodies.
 uint32_t readText(const Reporter &who, const uint8_t *&p, const uint8_t *end, uint32_t tag,
                   char *dst, uint32_t cap);
+void errorBefore(const Reporter &who, uint32_t tag);
 uint32_t readScalar32(const Reporter &who, const uint8_t *&p, const uint8_t *end, uint32_t tag,
                       uint32_t &value);
 

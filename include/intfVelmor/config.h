@@ -1,8 +1,206 @@
+/* Access-point, EP/AN and radio configuration record types. */
 #ifndef INTFVELMOR_CONFIG_H
 #define INTFVELMOR_CONFIG_H
 
 #include <stdint.h>
 
-#define INTFVELMOR_CONFIG_TYPES(X)
+#include "radio.h" /* siteSurveyCfg, nested in RadioCfg */
+
+/* ---- MAC filter lists -------------------------------------------------- */
+typedef struct MacDef {
+    char mac[18];
+} MacDef;
+
+#define INTFVELMOR_MACDEF_MAX 50
+typedef struct MacFilterList {
+    uint32_t v3;
+    uint32_t macsCount; /* stored unchanged; at most 50 elements are used */
+    MacDef macs[INTFVELMOR_MACDEF_MAX];
+} MacFilterList;
+
+/* ---- Access-point security, WPS and access ----------------------------- */
+typedef struct APWpsCfg {
+    uint8_t v3, v4;
+    uint16_t v5;
+    uint8_t v6;
+    char pin[9];
+    uint32_t v8;
+    char s9[2048];
+    uint32_t v10;
+} APWpsCfg;
+
+typedef struct APBackHaulWPSCfg {
+    uint8_t v3;
+    char ssid[33];
+    uint16_t v5;
+    char s6[20];
+    char s7[64];
+    char mac[18];
+} APBackHaulWPSCfg;
+
+/* Three groups of one shape follow v7, as plain members (no count, no
+ * nested record): an address text, a u16, a text, two u16 and a u32. */
+typedef struct APSecCfg {
+    uint16_t v3;
+    char s4[27];
+    char key[65];
+    char s6[64];
+    uint32_t v7;
+    char ip1[16];
+    uint16_t v9;
+    char s10[201];
+    uint16_t v11, v12;
+    uint32_t v13;
+    char ip2[16];
+    uint16_t v15;
+    char s16[201];
+    uint16_t v17, v18;
+    uint32_t v19;
+    char ip3[16];
+    uint16_t v21;
+    char s22[201];
+    uint16_t v23, v24;
+    uint32_t v25;
+    uint8_t v26;
+    char s27[33];
+    uint32_t v28;
+    uint16_t v29;
+    char s30[46];
+} APSecCfg;
+
+typedef struct APAccCfg {
+    uint8_t v3;
+    char s4[16];
+    char s5[16];
+    uint16_t v6, v7;
+    char s8[201];
+    char s9[201];
+    uint16_t v10;
+} APAccCfg;
+
+/* ---- Access-point configuration ---------------------------------------- */
+typedef struct BeaconRequestsCap {
+    uint8_t v3, v4, v5;
+} BeaconRequestsCap;
+
+/* On the wire exactly a BeaconRequestsCap. */
+typedef struct RadioMeasurements {
+    BeaconRequestsCap beaconRequestsCap;
+} RadioMeasurements;
+
+typedef struct APCfg {
+    char ssid[33];
+    uint8_t v4, v5, v6, v7;
+    APSecCfg apSecCfg;
+    APWpsCfg apWpsCfg;
+    uint8_t v10;
+    APAccCfg apAccCfg;
+    char s12[15];
+    char s13[16];
+    char s14[15];
+    char s15[16];
+    uint8_t v16, v17, v18, v19, v20, v21;
+    uint16_t v22;
+    uint8_t v23;
+    MacFilterList macFilterList;
+    RadioMeasurements radioMeasurements;
+} APCfg;
+
+typedef struct APCfgRet {
+    uint8_t v3, v4;
+} APCfgRet;
+
+/* ---- Capacities -------------------------------------------------------- */
+typedef struct APCapacity {
+    char mac[18];
+    uint8_t v4, v5;
+    uint16_t v6;
+    uint8_t v7;
+    uint32_t v8;
+} APCapacity;
+
+typedef struct EPCapacity {
+    char mac[18];
+    int16_t v4;
+    uint8_t v5;
+} EPCapacity;
+
+typedef struct ANCapacity {
+    char mac[18];
+    uint16_t v4;
+} ANCapacity;
+
+/* ---- EP and AN configuration ------------------------------------------- */
+typedef struct EPSecCfg {
+    uint16_t v3;
+    char s4[27];
+    char key[65];
+} EPSecCfg;
+
+typedef struct ANSecCfg {
+    uint16_t v3;
+    char s4[27];
+    char key[65];
+} ANSecCfg;
+
+typedef struct EPCfg {
+    char ssid[33];
+    EPSecCfg epSecCfg;
+} EPCfg;
+
+typedef struct ANCfg {
+    char s3[33];
+    uint8_t v4;
+    ANSecCfg anSecCfg;
+} ANCfg;
+
+/* ---- Radio configuration ----------------------------------------------- */
+typedef struct RadioCfg {
+    uint8_t v3;
+    uint32_t v4;
+    uint8_t v5, v6, v7;
+    char s8[150];
+    uint8_t v9, v10;
+    uint32_t v11;
+    uint8_t v12, v13, v14;
+    uint16_t v15, v16;
+    uint8_t v17;
+    char s18[4];
+    char s19[10];
+    uint32_t v20, v21, v22, v23, v24, v25, v26;
+    uint8_t v27;
+    uint16_t v28;
+    uint8_t v29, v30, v31, v32, v33;
+    uint16_t v34;
+    uint8_t v35, v36, v37, v38;
+    siteSurveyCfg survey; /* a member cannot share its type's name in C++ */
+    uint8_t v40, v41, v42, v43;
+    uint16_t v44;
+    uint8_t v45;
+    char s46[32];
+    uint8_t v47;
+    uint32_t v48, v49, v50;
+    uint8_t v51, v52, v53, v54, v55, v56, v57, v58, v59, v60, v61, v62, v63, v64;
+} RadioCfg;
+
+#define INTFVELMOR_CONFIG_TYPES(X) \
+    X(MacDef)                      \
+    X(MacFilterList)               \
+    X(APWpsCfg)                    \
+    X(APBackHaulWPSCfg)            \
+    X(APSecCfg)                    \
+    X(APAccCfg)                    \
+    X(BeaconRequestsCap)           \
+    X(RadioMeasurements)           \
+    X(APCfg)                       \
+    X(APCfgRet)                    \
+    X(APCapacity)                  \
+    X(EPCapacity)                  \
+    X(ANCapacity)                  \
+    X(EPSecCfg)                    \
+    X(ANSecCfg)                    \
+    X(EPCfg)                       \
+    X(ANCfg)                       \
+    X(RadioCfg)
 
 #endif /* INTFVELMOR_CONFIG_H */

@@ -49,6 +49,43 @@ typedef struct Timestamp {
     uint32_t v4;
 } Timestamp;
 
+/* ---- Radio definition and capacity ------------------------------------- */
+typedef struct RadioDef {
+    char s3[10];
+    char mac[18];
+    int8_t v5;
+} RadioDef;
+
+#define INTFVELMOR_BANDWIDTH_VALUES_MAX 32
+typedef struct RadioChannelCapabilitiesPerBandwidth {
+    uint32_t v3;
+    uint32_t valuesCount;  /* stored unchanged; at most 32 values are used */
+    uint32_t values[INTFVELMOR_BANDWIDTH_VALUES_MAX];
+} RadioChannelCapabilitiesPerBandwidth;
+
+/* The count follows its array in memory but precedes the elements on the wire. */
+#define INTFVELMOR_BANDWIDTHS_MAX 4
+typedef struct RadioChannelCapabilities {
+    RadioChannelCapabilitiesPerBandwidth bandwidths[INTFVELMOR_BANDWIDTHS_MAX];
+    uint32_t bandwidthsCount;  /* stored unchanged; at most 4 elements are used */
+} RadioChannelCapabilities;
+
+typedef struct RadioCapacity {
+    char s3[15];
+    uint16_t v4;
+    uint8_t v5, v6;
+    char s7[512];
+    uint8_t v8;
+    char s9[64];
+    uint8_t v10;
+    uint32_t v11;
+    uint8_t v12, v13, v14, v15, v16, v17;
+    uint16_t v18;
+    uint8_t v19;
+    uint32_t v20;
+    RadioChannelCapabilities radioChannelCapabilities;
+} RadioCapacity;
+
 /* ---- Airtime and access-category statistics ---------------------------- */
 typedef struct AftSta {
     uint32_t v3, v4, v5;
@@ -62,24 +99,123 @@ typedef struct AftConfig {
     AftSta stations[INTFVELMOR_AFTSTA_MAX];
 } AftConfig;
 
+typedef struct AC_Stats {
+    uint64_t v3, v4, v5, v6;
+    uint32_t v7, v8, v9, v10, v11;
+    char s12[1024];
+} AC_Stats;
+
+typedef struct AC {
+    uint32_t v3;
+    uint8_t v4, v5, v6, v7, v8;
+    char s9[1024];
+    uint32_t v10;
+    AC_Stats acStats;
+} AC;
+
 /* ---- Channel scan and survey ------------------------------------------- */
+typedef struct AcsLastScanSsidInfo {
+    char mac[18];
+    char s4[33];
+    uint8_t v5;
+    uint32_t v6;
+} AcsLastScanSsidInfo;
+
+typedef struct AcsLastScanChannelInfo {
+    uint8_t v3;
+    uint32_t v4;
+} AcsLastScanChannelInfo;
+
+typedef struct AcsLastScanResults {
+    uint32_t v3, v4;
+    AcsLastScanSsidInfo acsLastScanSsidInfo;
+    AcsLastScanChannelInfo acsLastScanChannelInfo;
+    uint32_t v7;
+} AcsLastScanResults;
+
 typedef struct siteSurveyCfg {
     char s3[150];
     uint32_t v4, v5;
 } siteSurveyCfg;
 
-/* RADIO-TYPES-MORE */
+typedef struct ChannelSurvey {
+    uint32_t v3, v4, v5, v6, v7, v8, v9, v10, v11;
+} ChannelSurvey;
 
-#define INTFVELMOR_RADIO_TYPES(X) \
-    X(ccaStats)                   \
-    X(channelLoadProperties)      \
-    X(channelsCreatedProperties)  \
-    X(channelReport)              \
-    X(CCARequest)                 \
-    X(CCAReport)                  \
-    X(Timestamp)                  \
-    X(AftSta)                     \
-    X(AftConfig)                  \
-    X(siteSurveyCfg)
+typedef struct SSIDSurvey {
+    uint32_t v3;
+    char s4[33];
+    uint32_t v5, v6;
+    char mac[18];
+    uint32_t v8;
+    uint16_t v9, v10;
+    uint8_t v11;
+    uint16_t v12, v13, v14, v15, v16, v17;
+    uint8_t v18, v19, v20, v21;
+    uint32_t v22;
+} SSIDSurvey;
+
+#define INTFVELMOR_SSID_SURVEYS_MAX 100
+typedef struct SSIDsSurvey {
+    uint32_t ssidSurveysCount;  /* stored unchanged; at most 100 elements are used */
+    SSIDSurvey ssidSurveys[INTFVELMOR_SSID_SURVEYS_MAX];
+} SSIDsSurvey;
+
+#define INTFVELMOR_CHANNEL_SURVEYS_MAX 25
+typedef struct ChannelsSurvey {
+    uint32_t channelSurveysCount;  /* stored unchanged; at most 25 elements are used */
+    ChannelSurvey channelSurveys[INTFVELMOR_CHANNEL_SURVEYS_MAX];
+} ChannelsSurvey;
+
+/* ---- Radio and interface statistics ------------------------------------ */
+typedef struct RadioChannelsInUseInfo {
+    uint8_t v3;
+    uint32_t v4;
+} RadioChannelsInUseInfo;
+
+typedef struct RadioInterferenceConfigStats {
+    uint32_t v3, v4, v5, v6;
+} RadioInterferenceConfigStats;
+
+typedef struct RadioConfigStats {
+    uint32_t v3;
+    int16_t v4;
+    int8_t v5;
+    char s6[150];
+    RadioInterferenceConfigStats radioInterferenceConfigStats;
+} RadioConfigStats;
+
+typedef struct ItfStats {
+    uint32_t v3, v4, v5, v6, v7, v8, v9, v10, v11, v12, v13, v14, v15, v16, v17;
+} ItfStats;
+
+#define INTFVELMOR_RADIO_TYPES(X)           \
+    X(ccaStats)                             \
+    X(channelLoadProperties)                \
+    X(channelsCreatedProperties)            \
+    X(channelReport)                        \
+    X(CCARequest)                           \
+    X(CCAReport)                            \
+    X(Timestamp)                            \
+    X(RadioDef)                             \
+    X(RadioChannelCapabilitiesPerBandwidth) \
+    X(RadioChannelCapabilities)             \
+    X(RadioCapacity)                        \
+    X(AftSta)                               \
+    X(AftConfig)                            \
+    X(AC_Stats)                             \
+    X(AC)                                   \
+    X(AcsLastScanSsidInfo)                  \
+    X(AcsLastScanChannelInfo)               \
+    X(AcsLastScanResults)                   \
+    X(siteSurveyCfg)                        \
+    X(ChannelSurvey)                        \
+    X(SSIDSurvey)                           \
+    X(SSIDsSurvey)                          \
+    X(ChannelsSurvey)                       \
+    X(RadioChannelsInUseInfo)               \
+    X(RadioInterferenceConfigStats)         \
+    X(RadioConfigStats)                     \
+    X(ItfStats)
 
 #endif /* INTFVELMOR_RADIO_H */

@@ -1,0 +1,63 @@
+// The one frame of every command and notification: body allocation and
+// filling, delivery to the core, receipt, and the four body callbacks, each
+// driven by a message's description.
+#pragma once
+
+#include <stdint.h>
+
+#include "wire/engine.h"
+
+namespace iv {
+
+// Every body starts with these two fields; its members follow.
+struct BodyHead {
+    uint32_t magic;
+    uint16_t ref;  // non-zero: the body is held elsewhere and never freed here
+};
+
+struct MsgDesc {
+    const char *name;      // as in the body callbacks' names: getCCAStatistic, beaconReport
+    const char *sendName;  // as in sendReq/recvReq: getCCAStatistic, ntfyBeaconReport
+    const char *magicName;
+    uint32_t magic;
+    uint16_t stamp;
+    uint8_t index;
+    bool ntfy;
+    const TypeDesc *members[2];  // by body type; null when the body has no members
+    uint16_t size[2];            // whole body, head included
+};
+
+enum BodyType : int32_t { kReq = 0, kRes = 1 };
+
+// Arguments of sendReq/sendRes/sendNtfy, one pointer per body member in
+// member order: the record, the text, or the scalar's value.
+using Args = const void *const *;
+
+uint32_t sendReq(const MsgDesc &m, void *user, void *cbRes, void *recvRes, uint32_t word1,
+                 uint32_t word2, const char *srvName, Args args);
+void sendRes(const MsgDesc &m, void *ctx, Args args);
+void sendNtfy(const MsgDesc &m, void *user, uint32_t word1, uint32_t word2, Args args);
+
+// Check a received body; they return it when the caller's handler (or the
+// context's response callback) is to be called with it, and null when the
+// body was null or has been answered with code 20.
+BodyHead *recvReq(const MsgDesc &m, void *ctx, void *body, void *handler);
+BodyHead *recvRes(const MsgDesc &m, void *ctx, void *body);
+
+uint32_t modSrv(const MsgDesc &m, void *user, uint32_t w1, uint32_t w2, uint32_t w3);
+uint32_t modCliNtfy(const MsgDesc &m, void *user, uint32_t w1, uint32_t w2, uint32_t w3,
+                    const char *busName, void *userName);
+uint32_t needUpdate(const MsgDesc &m, void *user, uint32_t w1, uint32_t w2, uint32_t w3);
+
+void freeBody(const MsgDesc &m, int32_t type, void *body);
+uint32_t serializeBody(const MsgDesc &m, int32_t type, void *body, uint8_t **out,
+                       uint32_t *outLen);
+uint32_t unserializeBody(const MsgDesc &m, int32_t type, const uint8_t *bytes,
+                         const uint8_t *end, void **out, uint32_t *outSize);
+void logBody(const MsgDesc &m, char **outText);
+
+// The descriptions behind the descriptor's entries, by index.
+extern const MsgDesc *const kCommands[];
+extern const MsgDesc *const kNotifications[];
+
+}  // namespace iv
