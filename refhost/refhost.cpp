@@ -778,7 +778,8 @@ uint32_t refhost_lastResCode(void)
 
 void refhost_reset(void)
 {
-
+    while (!g.ctxs.empty())
+        destroyCtx(g.ctxs.back());
     while (!g.held.empty())
         release(g.held.begin()->first, nullptr, 0);
     for (auto &m : g.mngts)

@@ -562,7 +562,7 @@ TEST_F(ScanSurveyTypes, SurveyCountsAboveBound)
     ss.ssidSurveysCount = 120;
     strcpy(ss.ssidSurveys[99].s4, "last");
     b = encode(ss);
-    EXPECT_EQ(12u + 100 * (242 + term(4) + term(0)), b.size());
+    EXPECT_EQ(12u + 99 * 240 + (242 + term(4) + term(0)), b.size());
     memset(&ssBack, 0, sizeof ssBack);
     d = decode(b, ssBack);
     EXPECT_EQ(0u, d.rc);
