@@ -14,7 +14,6 @@
 #include <dlfcn.h>
 
 #include <cstdlib>
-#include <cstring>
 #include <map>
 #include <string>
 #include <unordered_map>
@@ -57,7 +56,6 @@ struct Method {
 struct Mngt {
     tolkCore_mngt *rec;
     uint32_t count;
-    std::string name;
 };
 
 // The body callbacks of one entry, copied out of the management record so
@@ -203,7 +201,16 @@ uint32_t serialize(const Entry &e, int32_t type, void *body, uint8_t **buf, uint
     return rc;
 }
 
-// Receiving side: bounded by the length that arrived when the library offers it.
+// The object (shared library or program) that holds a function.
+const void *objectOf(const void *fn)
+{
+    Dl_info info;
+    return dladdr(fn, &info) ? info.dli_fbase : nullptr;
+}
+
+// Receiving side: bounded by the length that arrived when the library offers
+// it. The bounded variant only knows the callbacks of its own object, so
+// callbacks from elsewhere (hand-made blocks) are called directly.
 uint32_t unserialize(const Entry &e, int32_t type, const uint8_t *buf, uint32_t len, void **out)
 {
     static BoundedFn bounded = nullptr;
@@ -214,8 +221,10 @@ uint32_t unserialize(const Entry &e, int32_t type, const uint8_t *buf, uint32_t 
     if (!e.unserialize)
         return REFHOST_ERR_MNGT;
     uint32_t size = 0;
-    uint32_t rc = bounded ? bounded(e.unserialize, type, buf, buf + len, out, &size)
-                          : e.unserialize(type, buf, out, &size);
+    const void *fn = reinterpret_cast<const void *>(e.unserialize);
+    bool useBounded = bounded && objectOf(fn) == objectOf(reinterpret_cast<const void *>(bounded));
+    uint32_t rc = useBounded ? bounded(e.unserialize, type, buf, buf + len, out, &size)
+                             : e.unserialize(type, buf, out, &size);
     if (rc != 0)
         return rc;
     if (!*out)
@@ -367,7 +376,7 @@ void refhost_deliverEvent(int32_t event)
 
 /* ---- managements --------------------------------------------------------- */
 
-uint16_t tolkCore_getBase_msgMngt(const char *name, tolkCore_mngt **record, uint32_t count)
+uint16_t tolkCore_getBase_msgMngt(const char *, tolkCore_mngt **record, uint32_t count)
 {
     uint32_t fault = takeFault(REFHOST_CALL_GET_BASE_MSG_MNGT);
     if (!record || fault == kNoMngt || count > kMaxEntries)
@@ -386,7 +395,7 @@ uint16_t tolkCore_getBase_msgMngt(const char *name, tolkCore_mngt **record, uint
         return kNoMngt;
     auto *rec = static_cast<tolkCore_mngt *>(mem);
     rec->core = num;
-    g.mngts[num] = Mngt{rec, count, name ? name : ""};
+    g.mngts[num] = Mngt{rec, count};
     *record = rec;
     return num;
 }

@@ -17,6 +17,13 @@
  *    first user serving command entry c, a = 1 the first user subscribed to
  *    notification entry c; b and d are ignored; NULL when there is none.
  *  - tolkIntf_getCore_user returns the user itself.
+ *  - Received bytes are unserialized through the library's
+ *    intfVelmor_unserializeBodyBounded (looked up at run time) when the
+ *    entry's callback lives in the same object, else through the entry's
+ *    unserializeBody directly.
+ *  - A body handed to the core is freed even when the call fails, as long
+ *    as the management and entry index are known (else there is no freeBody
+ *    to call). Every server-side tolkCore_sendMsgRes ends its context.
  *
  * Not thread-safe: everything runs on the caller's thread, one call at a time.
  * Compiles as C99 and as C++.

@@ -80,7 +80,7 @@ typedef struct RadioCapacity {
     uint8_t v10;
     uint32_t v11;
     uint8_t v12, v13, v14, v15, v16, v17;
-    uint8_t v18;
+    uint16_t v18;
     uint8_t v19;
     uint32_t v20;
     RadioChannelCapabilities radioChannelCapabilities;
