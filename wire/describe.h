@@ -31,26 +31,36 @@ constexpr Form scalarForm()
     }
 }
 
+// Member names travel in the descriptions of tool builds only.
+#ifdef IV_MEMBER_NAMES
+#define IV_NAME_INIT(n) , n
+#else
+#define IV_NAME_INIT(n)
+#endif
+
 // Not constexpr: reaching it stops the compilation of a description.
 inline uint16_t offsetOrSizeTooLarge() { return 0; }
 constexpr uint16_t narrow16(size_t v) { return v < 0x10000 ? (uint16_t)v : offsetOrSizeTooLarge(); }
 
 template <class M>
-constexpr Field member(size_t offset, unsigned tag)
+constexpr Field member(size_t offset, unsigned tag, [[maybe_unused]] const char *name)
 {
     if constexpr (std::is_array_v<M>) {
         static_assert(std::is_same_v<std::remove_extent_t<M>, char>, "a text is char[N]");
         return Field{Form::Text, (uint8_t)tag, 0, 0, narrow16(offset), 0,
-                     narrow16(std::extent_v<M>), 0, nullptr};
+                     narrow16(std::extent_v<M>), 0, nullptr IV_NAME_INIT(name)};
     } else if constexpr (std::is_class_v<M>) {
-        return Field{Form::Record, (uint8_t)tag, 0, 0, narrow16(offset), 0, 0, 0, &Desc<M>::d};
+        return Field{Form::Record, (uint8_t)tag, 0, 0, narrow16(offset), 0, 0, 0,
+                     &Desc<M>::d IV_NAME_INIT(name)};
     } else {
-        return Field{scalarForm<M>(), (uint8_t)tag, 0, 0, narrow16(offset), 0, 0, 0, nullptr};
+        return Field{scalarForm<M>(), (uint8_t)tag, 0, 0, narrow16(offset), 0, 0, 0,
+                     nullptr IV_NAME_INIT(name)};
     }
 }
 
 template <class C, class A>
-constexpr Field counted(size_t countOffset, unsigned countTag, size_t offset, unsigned tag)
+constexpr Field counted(size_t countOffset, unsigned countTag, size_t offset, unsigned tag,
+                        [[maybe_unused]] const char *name)
 {
     static_assert(std::is_same_v<C, uint8_t> || std::is_same_v<C, uint32_t>,
                   "a count is a u8 or a u32");
@@ -60,7 +70,7 @@ constexpr Field counted(size_t countOffset, unsigned countTag, size_t offset, un
                   "array elements are records or u32");
     Field f{Form::ArrayU32, (uint8_t)tag, (uint8_t)countTag, (uint8_t)sizeof(C),
             narrow16(offset), narrow16(countOffset), narrow16(std::extent_v<A>),
-            narrow16(sizeof(E)), nullptr};
+            narrow16(sizeof(E)), nullptr IV_NAME_INIT(name)};
     if constexpr (std::is_class_v<E>) {
         f.form = Form::ArrayRec;
         f.sub = &Desc<E>::d;
@@ -69,12 +79,12 @@ constexpr Field counted(size_t countOffset, unsigned countTag, size_t offset, un
 }
 
 template <class A>
-constexpr Field table(size_t offset, unsigned tag)
+constexpr Field table(size_t offset, unsigned tag, [[maybe_unused]] const char *name)
 {
     using E = std::remove_extent_t<A>;
     static_assert(std::is_array_v<A> && std::is_class_v<E>, "a table is an array of records");
     return Field{Form::Table, (uint8_t)tag, 0, 0, narrow16(offset), 0,
-                 narrow16(std::extent_v<A>), narrow16(sizeof(E)), &Desc<E>::d};
+                 narrow16(std::extent_v<A>), narrow16(sizeof(E)), &Desc<E>::d IV_NAME_INIT(name)};
 }
 
 // Tags run from 3 without a gap; a counted array covers two numbers.
@@ -100,11 +110,11 @@ constexpr bool tagsInOrder(const Field *f, size_t n)
 
 }  // namespace iv
 
-#define IV_MEMBER(m, tag) ::iv::member<decltype(Self::m)>(offsetof(Self, m), tag)
+#define IV_MEMBER(m, tag) ::iv::member<decltype(Self::m)>(offsetof(Self, m), tag, #m)
 #define IV_COUNTED(count, countTag, arr, tag)                                           \
     ::iv::counted<decltype(Self::count), decltype(Self::arr)>(offsetof(Self, count), countTag, \
-                                                              offsetof(Self, arr), tag)
-#define IV_TABLE(arr, tag) ::iv::table<decltype(Self::arr)>(offsetof(Self, arr), tag)
+                                                              offsetof(Self, arr), tag, #arr)
+#define IV_TABLE(arr, tag) ::iv::table<decltype(Self::arr)>(offsetof(Self, arr), tag, #arr)
 
 // Describes record type T; its fields in wire order.
 #define IV_RECORD(T, ...)                                                            \

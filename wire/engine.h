@@ -32,6 +32,9 @@ struct Field {
     uint16_t cap;        // text: N; arrays and tables: element bound
     uint16_t stride;     // arrays and tables: element size
     const TypeDesc *sub; // nested, array and table element type
+#ifdef IV_MEMBER_NAMES
+    const char *name;    // the member's name, for tools only
+#endif
 };
 
 struct TypeDesc {
