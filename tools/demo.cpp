@@ -195,19 +195,15 @@ void put(char (&dst)[N], const std::string &s)
     snprintf(dst, N, "%s", s.c_str());
 }
 
-std::string station(unsigned n)
+// Station addresses aa:bb:cc:dd:ee:NN, access-point addresses 00:11:22:33:44:NN.
+std::string address(const char *prefix, unsigned n)
 {
     char b[24];
-    snprintf(b, sizeof b, "aa:bb:cc:dd:ee:%02x", n & 0xffu);
+    snprintf(b, sizeof b, "%s:%02x", prefix, n & 0xffu);
     return b;
 }
-
-std::string bssid(unsigned n)
-{
-    char b[24];
-    snprintf(b, sizeof b, "00:11:22:33:44:%02x", n & 0xffu);
-    return b;
-}
+std::string station(unsigned n) { return address("aa:bb:cc:dd:ee", n); }
+std::string bssid(unsigned n) { return address("00:11:22:33:44", n); }
 
 void stationList(assocDevListReq &r, uint32_t n)
 {
@@ -225,82 +221,62 @@ void stationInfo(assocDevListRet &r, const assocDevListReq &q)
     for (uint32_t i = 0; i < q.devicesCount && i < INTFVELMOR_ASSOCDEV_MAX; ++i) {
         assocDevInfo &d = r.devices[i];
         put(d.mac, q.devices[i].mac);
-        d.v4 = q.devices[i].v4;
-        d.v5 = 2;
-        d.v6 = 866700 - 144000 * i;  // rates, kbit/s
-        d.v7 = 520000;
-        d.v8 = (int16_t)(-48 - 9 * (int)i);  // RSSI, dBm
-        d.v9 = -95;
+        d.v4 = q.devices[i].v4, d.v5 = 2;
+        d.v6 = 866700 - 144000 * i, d.v7 = 520000;  // rates, kbit/s
+        d.v8 = (int16_t)(-48 - 9 * (int)i), d.v9 = -95;  // signal and noise, dBm
         d.v10 = 3600 + 420 * i;  // seconds associated
-        d.v11 = 20;
-        d.v12 = -3;
+        d.v11 = 20, d.v12 = -3;
         put(d.s13, i % 2 ? "ac" : "ax");
-        d.v14 = 2;
-        d.v15 = 1;
-        d.v16 = 80;
-        d.v17 = -61;
+        d.v14 = 2, d.v15 = 1, d.v16 = 80, d.v17 = -61;
         put(d.s18, hosts[i % 3]);
         put(d.s19, "HomeNet");
         d.v20 = 1;
         put(d.s21, "192.168.1." + std::to_string(20 + i));
         put(d.s22, "wl" + std::to_string(d.v4));
-        d.v23 = 4812345678ull + 1000000ull * i;  // bytes sent
-        d.v24 = 912345678ull;
-        d.v25 = 3456789;
-        d.v26 = 1234567;
-        d.v27 = 12;
-        d.v28 = 3;
-        d.v29 = 0;
-        d.v30 = 7;
-        d.v31 = 1;
+        d.v23 = 4812345678ull + 1000000ull * i, d.v24 = 912345678ull;  // bytes
+        d.v25 = 3456789, d.v26 = 1234567;                               // packets
+        d.v27 = 12, d.v28 = 3, d.v29 = 0, d.v30 = 7, d.v31 = 1;
         d.stats = {5123456789ull, 1023456789ull, 4012345, 1534567, 17, 4, 0, 2, 99};
-        d.v33 = 1;
-        d.v34 = 0;
-        d.v35 = 1;
+        d.v33 = 1, d.v34 = 0, d.v35 = 1;
         put(d.s36, "WPA2-PSK");
-        d.v37 = d.v38 = 1;
-        d.v39 = 0;
-        d.v40 = 3;
+        d.v37 = 1, d.v38 = 1, d.v39 = 0, d.v40 = 3;
     }
 }
 
 // ---- the service: one handler per command --------------------------------------------
 
+// A handler's two bodies: `in` takes its arguments, `out` is its answer (zero-filled:
+// a status of 0 means done).
+#define BODIES(X)                         \
+    auto in = blank<ivReq_##X>(CMD(X));   \
+    auto out = blank<ivRes_##X>(CMD(X))
 // The answer to the request in hand travels back to the client.
 #define ANSWER(X, body, ...) \
     (expect(CMD(X), iv::kRes, kWifi, kClient, &body), intfVelmor_sendRes_##X(ctx, __VA_ARGS__))
 
 void hdGetAssocDevStats(void *ctx, uint32_t ref, assocDevListReq *req)
 {
-    auto in = blank<ivReq_getAssocDevStats>(CMD(getAssocDevStats));
+    BODIES(getAssocDevStats);
     in.req = *req;
     received(CMD(getAssocDevStats), iv::kReq, ref, &in);
-    auto out = blank<ivRes_getAssocDevStats>(CMD(getAssocDevStats));
     stationInfo(out.res, *req);
     ANSWER(getAssocDevStats, out, &out.res);
 }
 
 void hdSelectAndCreateRadio(void *ctx, uint32_t ref, char *text, RadioDef *radio)
 {
-    auto in = blank<ivReq_selectAndCreateRadio>(CMD(selectAndCreateRadio));
+    BODIES(selectAndCreateRadio);
     put(in.text, text);
     in.radio = *radio;
     received(CMD(selectAndCreateRadio), iv::kReq, ref, &in);
-    auto out = blank<ivRes_selectAndCreateRadio>(CMD(selectAndCreateRadio));
     RadioCapacity &c = out.res;
     put(c.s3, "wifi1");
-    c.v4 = 5180;  // MHz
-    c.v5 = 4;
-    c.v6 = 4;
+    c.v4 = 5180, c.v5 = 4, c.v6 = 4;  // MHz, spatial streams
     put(c.s7, "802.11a/n/ac/ax dual-band radio, 4x4 MU-MIMO");
-    c.v8 = 1;
     put(c.s9, "FR");
-    c.v10 = 1;
-    c.v11 = 2402000;
+    c.v8 = 1, c.v10 = 1, c.v11 = 2402000;
     c.v12 = 1, c.v13 = 1, c.v14 = 0, c.v15 = 1, c.v16 = 1, c.v17 = 0;
-    c.v18 = 23;  // dBm
-    c.v19 = 1;
-    c.v20 = 160;
+    c.v18 = 23, c.v19 = 1, c.v20 = 160;  // dBm, MHz
     const uint32_t widths[] = {20, 40, 80};
     const uint32_t channels[] = {36, 40, 44, 48, 52, 56, 60, 64};
     c.radioChannelCapabilities.bandwidthsCount = 3;
@@ -316,13 +292,11 @@ void hdSelectAndCreateRadio(void *ctx, uint32_t ref, char *text, RadioDef *radio
 
 void hdCreateAccessPoint(void *ctx, uint32_t ref, char *text1, char *text2, char *text3)
 {
-    auto in = blank<ivReq_createAccessPoint>(CMD(createAccessPoint));
+    BODIES(createAccessPoint);
     put(in.text1, text1), put(in.text2, text2), put(in.text3, text3);
     received(CMD(createAccessPoint), iv::kReq, ref, &in);
-    auto out = blank<ivRes_createAccessPoint>(CMD(createAccessPoint));
-    out.status = 0;
     put(out.capacity.mac, bssid(0x11));
-    out.capacity.v4 = 1, out.capacity.v5 = 8, out.capacity.v6 = 64, out.capacity.v7 = 1;
+    out.capacity.v4 = 1, out.capacity.v5 = 8, out.capacity.v6 = 64, out.capacity.v7 = 1,
     out.capacity.v8 = 128;
     put(out.text, "wl1.1");
     ANSWER(createAccessPoint, out, out.status, &out.capacity, out.text);
@@ -330,9 +304,8 @@ void hdCreateAccessPoint(void *ctx, uint32_t ref, char *text1, char *text2, char
 
 void hdGetProbeRequestList(void *ctx, uint32_t ref)
 {
-    auto in = blank<ivReq_getProbeRequestList>(CMD(getProbeRequestList));
+    BODIES(getProbeRequestList);
     received(CMD(getProbeRequestList), iv::kReq, ref, &in);
-    auto out = blank<ivRes_getProbeRequestList>(CMD(getProbeRequestList));
     out.res.probesCount = 3;
     for (uint32_t i = 0; i < 3; ++i) {
         put(out.res.probes[i].mac, station(0x40 + i));
@@ -346,9 +319,8 @@ void hdGetProbeRequestList(void *ctx, uint32_t ref)
 
 void hdGetTemporarilyBlackList(void *ctx, uint32_t ref)
 {
-    auto in = blank<ivReq_getTemporarilyBlackList>(CMD(getTemporarilyBlackList));
+    BODIES(getTemporarilyBlackList);
     received(CMD(getTemporarilyBlackList), iv::kReq, ref, &in);
-    auto out = blank<ivRes_getTemporarilyBlackList>(CMD(getTemporarilyBlackList));
     out.res.v3 = 2;  // deny list
     out.res.macsCount = 2;
     put(out.res.macs[0].mac, station(0x03));
@@ -358,42 +330,36 @@ void hdGetTemporarilyBlackList(void *ctx, uint32_t ref)
 
 void hdConfigureAccessPoint(void *ctx, uint32_t ref, APCfg *cfg, uint8_t value)
 {
-    auto in = blank<ivReq_configureAccessPoint>(CMD(configureAccessPoint));
+    BODIES(configureAccessPoint);
     in.cfg = *cfg;
     in.value = value;
     received(CMD(configureAccessPoint), iv::kReq, ref, &in);
-    auto out = blank<ivRes_configureAccessPoint>(CMD(configureAccessPoint));
     out.res.v3 = 0, out.res.v4 = 1;  // applied, restart needed
     ANSWER(configureAccessPoint, out, &out.res);
 }
 
 void hdConfigureQTNBackHaulWPS(void *ctx, uint32_t ref, APBackHaulWPSCfg *cfg)
 {
-    auto in = blank<ivReq_configureQTNBackHaulWPS>(CMD(configureQTNBackHaulWPS));
+    BODIES(configureQTNBackHaulWPS);
     in.cfg = *cfg;
     received(CMD(configureQTNBackHaulWPS), iv::kReq, ref, &in);
-    auto out = blank<ivRes_configureQTNBackHaulWPS>(CMD(configureQTNBackHaulWPS));
-    out.status = 0;
     ANSWER(configureQTNBackHaulWPS, out, out.status);
 }
 
 void hdTemporarilyBlackList(void *ctx, uint32_t ref, char *mac, uint32_t value)
 {
-    auto in = blank<ivReq_temporarilyBlackList>(CMD(temporarilyBlackList));
+    BODIES(temporarilyBlackList);
     put(in.mac, mac);
     in.value = value;
     received(CMD(temporarilyBlackList), iv::kReq, ref, &in);
-    auto out = blank<ivRes_temporarilyBlackList>(CMD(temporarilyBlackList));
-    out.status = 0;
     ANSWER(temporarilyBlackList, out, out.status);
 }
 
 void hd11vActionFrame(void *ctx, uint32_t ref, bssTransitionRequest *req)
 {
-    auto in = blank<ivReq_11vActionFrame>(CMD(11vActionFrame));
+    BODIES(11vActionFrame);
     in.req = *req;
     received(CMD(11vActionFrame), iv::kReq, ref, &in);
-    auto out = blank<ivRes_11vActionFrame>(CMD(11vActionFrame));
     out.res.v3 = 0;  // accepted
     put(out.res.mac, req->mac);
     ANSWER(11vActionFrame, out, &out.res);
@@ -401,20 +367,18 @@ void hd11vActionFrame(void *ctx, uint32_t ref, bssTransitionRequest *req)
 
 void hdGetStationsStatistics(void *ctx, uint32_t ref, assocDevListReq *req)
 {
-    auto in = blank<ivReq_getStationsStatistics>(CMD(getStationsStatistics));
+    BODIES(getStationsStatistics);
     in.req = *req;
     received(CMD(getStationsStatistics), iv::kReq, ref, &in);
-    auto out = blank<ivRes_getStationsStatistics>(CMD(getStationsStatistics));
     stationInfo(out.res, *req);
     ANSWER(getStationsStatistics, out, &out.res);
 }
 
 void hdBeaconRequest(void *ctx, uint32_t ref, BeaconRequestCfg *req)
 {
-    auto in = blank<ivReq_beaconRequest>(CMD(beaconRequest));
+    BODIES(beaconRequest);
     in.req = *req;
     received(CMD(beaconRequest), iv::kReq, ref, &in);
-    auto out = blank<ivRes_beaconRequest>(CMD(beaconRequest));
     beaconReport &r = out.res;
     r.timestamp = {1718100000123ull, 250};
     put(r.mac, req->actionFrameCfg.mac);
@@ -434,19 +398,16 @@ void hdBeaconRequest(void *ctx, uint32_t ref, BeaconRequestCfg *req)
 
 void hdSetBeaconIETUK(void *ctx, uint32_t ref, BeaconIECfg *req)
 {
-    auto in = blank<ivReq_setBeaconIETUK>(CMD(setBeaconIETUK));
+    BODIES(setBeaconIETUK);
     in.req = *req;
     received(CMD(setBeaconIETUK), iv::kReq, ref, &in);
-    auto out = blank<ivRes_setBeaconIETUK>(CMD(setBeaconIETUK));
-    out.status = 0;
     ANSWER(setBeaconIETUK, out, out.status);
 }
 
 void hdGetChannelCreated(void *ctx, uint32_t ref)
 {
-    auto in = blank<ivReq_getChannelCreated>(CMD(getChannelCreated));
+    BODIES(getChannelCreated);
     received(CMD(getChannelCreated), iv::kReq, ref, &in);
-    auto out = blank<ivRes_getChannelCreated>(CMD(getChannelCreated));
     channelReport &r = out.res;
     r.load = {36, 80, 35, 12, 6, 41, 1, 0, 5180, -92};
     r.channelsCount = 3;
@@ -458,9 +419,8 @@ void hdGetChannelCreated(void *ctx, uint32_t ref)
 
 void hdGetCCAStatistic(void *ctx, uint32_t ref)
 {
-    auto in = blank<ivReq_getCCAStatistic>(CMD(getCCAStatistic));
+    BODIES(getCCAStatistic);
     received(CMD(getCCAStatistic), iv::kReq, ref, &in);
-    auto out = blank<ivRes_getCCAStatistic>(CMD(getCCAStatistic));
     out.res = {1000, 412, 233, 97, 36};  // busy, rx, tx, interference (ms), channel
     ANSWER(getCCAStatistic, out, &out.res);
 }
@@ -687,25 +647,29 @@ void sendCommands()
     SEND(getCCAStatistic, q13);
 }
 
-// The service publishes; both subscribers are announced as receivers.
+// The service publishes; each notification is announced to both subscribers.
 void publish()
 {
     void *wifi = g.users[kWifi];
+    auto toAll = [](const iv::MsgDesc &m, const void *body) {
+        for (Who w : {kClient, kMonitor})
+            expect(m, iv::kReq, kWifi, w, body);
+    };
     auto n0 = blank<ivNtfy_meshTUKExtenderPairing>(NTFY(meshTUKExtenderPairing));
     n0.value = 1;  // extender paired
+    toAll(NTFY(meshTUKExtenderPairing), &n0);
+    intfVelmor_sendReq_ntfyMeshTUKExtenderPairing(wifi, 0, 0, n0.value);
+
     auto n1 = blank<ivNtfy_meshTUKClientsLowRSSI>(NTFY(meshTUKClientsLowRSSI));
     put(n1.ntfy.mac, station(0x04));
     n1.ntfy.v4 = -82;
+    toAll(NTFY(meshTUKClientsLowRSSI), &n1);
+    intfVelmor_sendReq_ntfyMeshTUKClientsLowRSSI(wifi, 0, 0, &n1.ntfy);
+
     auto n2 = blank<ivNtfy_beaconReport>(NTFY(beaconReport));
     put(n2.mac, station(0x01));
     n2.value1 = -62, n2.value2 = 3;
-    for (Who w : {kClient, kMonitor}) {
-        expect(NTFY(meshTUKExtenderPairing), iv::kReq, kWifi, w, &n0);
-        expect(NTFY(meshTUKClientsLowRSSI), iv::kReq, kWifi, w, &n1);
-        expect(NTFY(beaconReport), iv::kReq, kWifi, w, &n2);
-    }
-    intfVelmor_sendReq_ntfyMeshTUKExtenderPairing(wifi, 0, 0, n0.value);
-    intfVelmor_sendReq_ntfyMeshTUKClientsLowRSSI(wifi, 0, 0, &n1.ntfy);
+    toAll(NTFY(beaconReport), &n2);
     intfVelmor_sendReq_ntfyBeaconReport(wifi, 0, 0, n2.mac, n2.value1, n2.value2);
 }
 

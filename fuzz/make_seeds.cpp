@@ -1,0 +1,202 @@
+// Writes the seed corpus of the fuzz targets: every record type and every
+// message body, empty, partly filled and filled to capacity, each as its
+// selector byte followed by the bytes the library serializes.
+//
+//   make_seeds OUTDIR   ->  OUTDIR/records/..., OUTDIR/bodies/...
+#include <errno.h>
+#include <string.h>
+#include <sys/stat.h>
+
+#include <set>
+#include <string>
+#include <vector>
+
+#include "fuzz_kit.h"
+
+using namespace ivfuzz;
+
+namespace {
+
+using Bytes = std::vector<uint8_t>;
+
+enum Variant { kEmpty, kSome, kFull };
+const char *const kVariantNames[] = {"empty", "some", "full"};
+
+// Fills a zeroed record by its description. kSome: short texts and one to
+// three elements; kFull: texts at capacity and counts one above the bound
+// (the count travels unchanged, the elements stop at the bound).
+struct Filler {
+    Variant variant;
+    uint32_t x;
+
+    uint32_t next()
+    {
+        x ^= x << 13, x ^= x >> 17, x ^= x << 5;
+        return x;
+    }
+
+    void text(char *s, uint32_t cap)
+    {
+        static const char kChars[] = "0123456789abcdef:ABCDEF-_ .wifi";
+        uint32_t n = variant == kFull ? cap - 1 : next() % (cap < 13 ? cap : 13);
+        for (uint32_t i = 0; i < n; ++i)
+            s[i] = kChars[next() % (sizeof kChars - 1)];
+        s[n] = 0;
+    }
+
+    uint32_t count(const iv::Field &f)
+    {
+        uint32_t limit = f.countWidth == 1 ? 255u : 0xFFFFFFFFu;
+        if (variant == kFull)
+            return f.cap < limit ? f.cap + 1u : f.cap;
+        return 1 + next() % (f.cap < 3 ? f.cap : 3);
+    }
+
+    void fill(const iv::TypeDesc &d, uint8_t *rec)
+    {
+        if (variant == kEmpty)
+            return;
+        for (const iv::Field *f = d.fields; f != d.fields + d.count; ++f) {
+            uint8_t *m = rec + f->offset;
+            switch (f->form) {
+            case iv::Form::U8:
+            case iv::Form::I8: *m = (uint8_t)next(); break;
+            case iv::Form::U16:
+            case iv::Form::I16: {
+                uint16_t v = (uint16_t)next();
+                memcpy(m, &v, 2);
+                break;
+            }
+            case iv::Form::U32: {
+                uint32_t v = next() >> (next() % 32);  // small and large values
+                memcpy(m, &v, 4);
+                break;
+            }
+            case iv::Form::U64: {
+                uint64_t v = (uint64_t)next() << 32 | next();
+                memcpy(m, &v, 8);
+                break;
+            }
+            case iv::Form::Text: text((char *)m, f->cap); break;
+            case iv::Form::Record: fill(*f->sub, m); break;
+            case iv::Form::Table:
+                for (uint32_t i = 0; i < f->cap; ++i)
+                    fill(*f->sub, m + i * f->stride);
+                break;
+            case iv::Form::ArrayRec:
+            case iv::Form::ArrayU32: {
+                uint32_t n = count(*f);
+                if (f->countWidth == 1)
+                    rec[f->countOffset] = (uint8_t)n;
+                else
+                    memcpy(rec + f->countOffset, &n, 4);
+                n = n < f->cap ? n : f->cap;
+                for (uint32_t i = 0; i < n; ++i) {
+                    if (f->form == iv::Form::ArrayRec) {
+                        fill(*f->sub, m + i * f->stride);
+                    } else {
+                        uint32_t v = next();
+                        memcpy(m + i * 4, &v, 4);
+                    }
+                }
+                break;
+            }
+            }
+        }
+    }
+};
+
+void makeDir(const std::string &path)
+{
+    if (mkdir(path.c_str(), 0755) != 0 && errno != EEXIST) {
+        perror(path.c_str());
+        exit(1);
+    }
+}
+
+size_t g_files = 0, g_bytes = 0;
+
+void writeSeed(const std::string &path, uint8_t selector, const uint8_t *p, size_t n)
+{
+    FILE *f = fopen(path.c_str(), "wb");
+    if (!f || fputc(selector, f) == EOF || fwrite(p, 1, n, f) != n || fclose(f) != 0) {
+        perror(path.c_str());
+        exit(1);
+    }
+    ++g_files;
+    g_bytes += n + 1;
+}
+
+[[noreturn]] void fail(const char *what, const char *name, uint32_t rc)
+{
+    fprintf(stderr, "make_seeds: %s: %s (%u)\n", name, what, rc);
+    exit(1);
+}
+
+void recordSeeds(const std::string &dir)
+{
+    for (unsigned t = 0; t < kRecordCount; ++t) {
+        const RecordOps &ops = kRecords[t];
+        std::set<Bytes> seen;
+        for (Variant v : {kEmpty, kSome, kFull}) {
+            Bytes rec(ops.size, 0);
+            Filler{v, 0x9E3779B9u ^ (t * 131u + (unsigned)v)}.fill(*ops.desc, rec.data());
+            Bytes wire(ops.length(rec.data()), 0);
+            uint8_t *pos = wire.data();
+            if (uint32_t rc = ops.serialize(rec.data(), &pos))
+                fail("serialize failed", ops.name, rc);
+            if (!seen.insert(wire).second)
+                continue;
+            char name[160];
+            snprintf(name, sizeof name, "%s/%02u_%s_%s", dir.c_str(), t, ops.name,
+                     kVariantNames[v]);
+            writeSeed(name, (uint8_t)t, wire.data(), wire.size());
+        }
+    }
+}
+
+void bodySeeds(const std::string &dir)
+{
+    for (unsigned c = 0; c < kBodyCases; ++c) {
+        const BodyCase bc = bodyCase(c);
+        const iv::MsgDesc &m = *bc.msg;
+        std::set<Bytes> seen;
+        for (Variant v : {kEmpty, kSome, kFull}) {
+            Bytes body(m.size[bc.type], 0);
+            ((iv::BodyHead *)body.data())->magic = m.magic;
+            if (const iv::TypeDesc *d = m.members[bc.type])
+                Filler{v, 0x85EBCA6Bu ^ (c * 257u + (unsigned)v)}.fill(*d, body.data());
+            uint8_t *buf = nullptr;
+            uint32_t len = 0;
+            if (uint32_t rc = bc.entry->serializeBody(bc.type, body.data(), &buf, &len))
+                fail("serializeBody failed", m.name, rc);
+            Bytes wire(buf, buf + len);
+            free(buf);
+            if (!seen.insert(wire).second)
+                continue;
+            char name[160];
+            snprintf(name, sizeof name, "%s/%02u_%s_%s_%s", dir.c_str(), c, m.name,
+                     m.ntfy ? "ntfy" : bc.type == INTFVELMOR_BODY_REQ ? "req" : "res",
+                     kVariantNames[v]);
+            writeSeed(name, (uint8_t)c, wire.data(), wire.size());
+        }
+    }
+}
+
+}  // namespace
+
+int main(int argc, char **argv)
+{
+    if (argc != 2) {
+        fprintf(stderr, "usage: %s OUTDIR\n", argv[0]);
+        return 2;
+    }
+    std::string out = argv[1];
+    makeDir(out);
+    makeDir(out + "/records");
+    makeDir(out + "/bodies");
+    recordSeeds(out + "/records");
+    bodySeeds(out + "/bodies");
+    printf("%zu seeds, %zu bytes\n", g_files, g_bytes);
+    return 0;
+}

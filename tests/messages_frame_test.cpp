@@ -1,0 +1,463 @@
+// The command frame: its bytes on the wire, the body callbacks called directly
+// as a message core calls them, the answers a request or a response gets when
+// nobody handles it, and the aborts on a broken body magic.
+#include <signal.h>
+#include <stdlib.h>
+
+#include "messages_kit.h"
+
+using namespace ivtest;
+
+namespace {
+
+constexpr uint32_t kCliRef = 0xC11E0001, kSrvRef = 0x5E470002;
+enum : uint32_t { kAssoc = 0, kProbe = 3, kWps = 6, kBlack = 7, kStations = 9, kBeaconReq = 10, kCCA = 13 };
+
+// Bodies as the library lays them out: magic, reference word, members by value.
+struct Head {
+    uint32_t magic;
+    uint16_t ref;
+};
+struct CCARes {
+    uint32_t magic;
+    uint16_t ref;
+    ccaStats res;
+};
+struct BlackListReq {
+    uint32_t magic;
+    uint16_t ref;
+    char mac[18];
+    uint32_t value;
+};
+
+const Bytes kCCAReq = hex("00 00 00 00 00 00 00 04 29 19 01 65 00 00 00 01 00 00 00 04 00 00 00 00");
+const Bytes kCCARes = kCCAReq + scalarItem(3, 1) + scalarItem(4, 2) + scalarItem(5, 3) +
+                      scalarItem(6, 4) + scalarItem(7, 5);
+
+const intfVelmor_entry &cmd(uint32_t i) { return intfVelmor_base.cmd.entries[i]; }
+
+std::string cb(const char *op, const char *kind, const char *name)
+{
+    return std::string("intfVelmor_cbEvtMsgMngt_") + op + "_" + kind + "_" + name;
+}
+
+struct Received {
+    uint32_t rc;
+    void *body;
+    uint32_t size;
+};
+
+Received receive(const intfVelmor_entry &e, int32_t type, const Bytes &b)
+{
+    Received r{0, nullptr, 0};
+    r.rc = e.unserializeBody(type, b.data(), &r.body, &r.size);
+    return r;
+}
+
+Bytes serialized(const intfVelmor_entry &e, int32_t type, void *body)
+{
+    uint8_t *out = nullptr;
+    uint32_t len = 0;
+    EXPECT_EQ(0u, e.serializeBody(type, body, &out, &len));
+    Bytes b(out, out + len);
+    free(out);
+    return b;
+}
+
+using Frame = Messages;
+
+// ---- bytes on the wire -------------------------------------------------------------
+
+TEST_F(Frame, GetCCAStatisticBytesEndToEnd)
+{
+    ccaStats stats{1, 2, 3, 4, 5};
+    g_answer = [&](void *ctx) { intfVelmor_sendRes_getCCAStatistic(ctx, &stats); };
+    ASSERT_EQ(0u, intfVelmor_modSrv_recvMsg_getCCAStatistic(srv, refhost_token(fnp(onRequest<>)), kSrvRef, 0));
+    EXPECT_EQ(0u, intfVelmor_sendReq_getCCAStatistic(client, onResponse<ccaStats *>, kCliRef, 0, "wifi"));
+    ASSERT_EQ(2u, events.size());
+    EXPECT_EQ(toHex(kCCAReq), toHex(events[0].bytes));
+    EXPECT_EQ(84u, events[1].bytes.size());
+    EXPECT_EQ(toHex(kCCARes), toHex(events[1].bytes));
+    ASSERT_EQ(1u, g_answered.size());
+    EXPECT_EQ(Strings{render(&stats)}, g_answered[0].args);
+}
+
+TEST_F(Frame, ExampleBytes)
+{
+    ASSERT_EQ(0u, intfVelmor_modSrv_recvMsg_getAssocDevStats(srv, refhost_token(fnp(onRequest<assocDevListReq *>)), 0, 0));
+    ASSERT_EQ(0u, intfVelmor_modSrv_recvMsg_getProbeRequestList(srv, refhost_token(fnp(onRequest<>)), 0, 0));
+    ASSERT_EQ(0u, intfVelmor_modSrv_recvMsg_configureQTNBackHaulWPS(srv, refhost_token(fnp(onRequest<APBackHaulWPSCfg *>)), 0, 0));
+
+    assocDevListReq req{};
+    req.devicesCount = 1;
+    strcpy(req.devices[0].mac, "aa:bb:cc:dd:ee:ff");
+    req.devices[0].v4 = 7;
+    EXPECT_EQ(0u, intfVelmor_sendReq_getAssocDevStats(client, nullptr, 0, 0, "wifi", &req));
+    EXPECT_EQ(0u, intfVelmor_sendReq_getProbeRequestList(client, nullptr, 0, 0, "wifi"));
+    APBackHaulWPSCfg wps{};
+    g_answer = [](void *ctx) { intfVelmor_sendRes_configureQTNBackHaulWPS(ctx, 7); };
+    EXPECT_EQ(0u, intfVelmor_sendReq_configureQTNBackHaulWPS(client, onResponse<uint8_t>, 0, 0, "wifi", &wps));
+
+    ASSERT_EQ(4u, events.size());
+    // getAssocDevStats: stamp 1, then the count and one element (a 17-character text, L = 20).
+    EXPECT_EQ(toHex(hex("00 00 00 00 00 00 00 04 29 17 06 12 00 00 00 01 00 00 00 04 00 00 00 01"
+                        "00 00 00 03 00 00 00 04 00 00 00 01"
+                        "00 00 00 03 00 00 00 14 61 61 3a 62 62 3a 63 63 3a 64 64 3a 65 65 3a 66 66 00 00 00"
+                        "00 00 00 04 00 00 00 04 00 00 00 07")),
+              toHex(events[0].bytes));
+    EXPECT_EQ(toHex(hex("00 00 00 00 00 00 00 04 20 18 29 05 00 00 00 01 00 00 00 04 00 00 00 01")),
+              toHex(events[1].bytes));
+    EXPECT_EQ(REFHOST_TRACE_RESPONSE, events[3].kind);
+    EXPECT_EQ(toHex(hex("00 00 00 00 00 00 00 04 20 17 07 88 00 00 00 01 00 00 00 04 00 00 00 00"
+                        "00 00 00 03 00 00 00 04 00 00 00 07")),
+              toHex(events[3].bytes));
+    ASSERT_EQ(1u, g_answered.size());
+    EXPECT_EQ(Strings{"7"}, g_answered[0].args);
+}
+
+// ---- body callbacks called directly --------------------------------------------------
+
+TEST_F(Frame, BodiesFromBytesAndBack)
+{
+    Received req = receive(cmd(kCCA), 0, kCCAReq);
+    ASSERT_EQ(0u, req.rc);
+    EXPECT_EQ(sizeof(Head), req.size);
+    EXPECT_EQ(0x29190165u, ((Head *)req.body)->magic);
+    EXPECT_EQ(0, ((Head *)req.body)->ref);
+    EXPECT_EQ(toHex(kCCAReq), toHex(serialized(cmd(kCCA), 0, req.body)));
+    cmd(kCCA).freeBody(0, req.body);
+
+    Received res = receive(cmd(kCCA), 1, kCCARes);
+    ASSERT_EQ(0u, res.rc);
+    EXPECT_EQ(sizeof(CCARes), res.size);
+    const ccaStats &s = ((CCARes *)res.body)->res;
+    EXPECT_EQ((std::vector<uint32_t>{1, 2, 3, 4, 5}), (std::vector<uint32_t>{s.v3, s.v4, s.v5, s.v6, s.v7}));
+    EXPECT_EQ(toHex(kCCARes), toHex(serialized(cmd(kCCA), 1, res.body)));
+    cmd(kCCA).freeBody(1, res.body);
+
+    // Texts and scalars in the body itself; the stamp counts by its low 16 bits.
+    Bytes black = frame(0x20171010, 0x00020001) + textItem(3, "aa:bb:cc:dd:ee:ff") + scalarItem(4, 9);
+    Received b = receive(cmd(kBlack), 0, black);
+    ASSERT_EQ(0u, b.rc);
+    EXPECT_EQ(sizeof(BlackListReq), b.size);
+    EXPECT_STREQ("aa:bb:cc:dd:ee:ff", ((BlackListReq *)b.body)->mac);
+    EXPECT_EQ(9u, ((BlackListReq *)b.body)->value);
+    cmd(kBlack).freeBody(0, b.body);
+    EXPECT_EQ(Strings{}, lines());
+}
+
+TEST_F(Frame, UnknownBodyTypesOnEveryCommand)
+{
+    Head body{0, 0};  // never looked at, never freed
+    for (uint32_t i = 0; i < INTFVELMOR_CMD_COUNT; ++i) {
+        const char *n = kCmds[i].name;
+        SCOPED_TRACE(n);
+        clearLogs();
+        uint8_t *out = nullptr;
+        uint32_t len = 0, size = 0;
+        void *got = nullptr;
+        EXPECT_EQ(1u, cmd(i).serializeBody(2, &body, &out, &len));
+        EXPECT_EQ(1u, cmd(i).unserializeBody(-1, kCCAReq.data(), &got, &size));
+        cmd(i).freeBody(2, &body);
+        EXPECT_EQ(nullptr, out);
+        EXPECT_EQ(nullptr, got);
+        // freeBody's line has no line end.
+        EXPECT_EQ(linesAt(3), (Strings{cb("serializeBody", "msgCmd", n) + ": Type(2) unknown\n",
+                                       cb("unserializeBody", "msgCmd", n) + ": Type(-1) unknown\n",
+                                       cb("freeBody", "msgCmd", n) + ": Type(2) unknown"}));
+        EXPECT_EQ(3u, logs().size());
+    }
+}
+
+TEST_F(Frame, LogBodyGivesAnEmptyText)
+{
+    for (uint32_t i = 0; i < INTFVELMOR_CMD_COUNT; ++i) {
+        SCOPED_TRACE(kCmds[i].name);
+        clearLogs();
+        char *text = nullptr;
+        cmd(i).logBody(1, 2, 3, &text);
+        ASSERT_NE(nullptr, text);
+        EXPECT_STREQ("", text);
+        free(text);
+        cmd(i).logBody(1, 2, 3, nullptr);
+        EXPECT_EQ(linesAt(3), Strings{cb("logBody", "msgCmd", kCmds[i].name) + ": Invalid parameter\n"});
+    }
+}
+
+TEST_F(Frame, RefusedFrames)
+{
+    const std::string fn = cb("unserializeBody", "msgCmdReq", "getCCAStatistic");
+    auto refused = [](uint32_t i, int32_t type, const Bytes &b) {
+        Received r = receive(cmd(i), type, b);
+        EXPECT_EQ(nullptr, r.body);
+        return r.rc;
+    };
+    // Item 0 with tag 5: the Tl line, then "Error Before" for the stamp.
+    Bytes b = kCCAReq;
+    b[3] = 5;
+    EXPECT_EQ(2u, refused(kCCA, 0, b));
+    EXPECT_EQ(linesAt(3), (Strings{fn + ": pBody(" + at(b.data()) + "): Tl(5-4) expectded(0)\n",
+                                   fn + ": pBody(" + at(b.data()) + "): Type(1) -> Error Before\n"}));
+    // Item 1 with tag 2: the Tl line alone.
+    clearLogs();
+    b = kCCAReq;
+    b[15] = 2;
+    EXPECT_EQ(2u, refused(kCCA, 0, b));
+    EXPECT_EQ(linesAt(3), Strings{fn + ": pBody(" + at(b.data()) + "): Tl(2-4) expectded(1)\n"});
+
+    // Another stamp is refused without a word, also between commands that
+    // share a magic (setBeaconIETUK stamps 1, beaconRequest 0).
+    clearLogs();
+    b = kCCAReq;
+    b[23] = 1;
+    EXPECT_EQ(2u, refused(kCCA, 0, b));
+    EXPECT_EQ(2u, refused(kCCA, 1, b));
+    EXPECT_EQ(2u, refused(kBeaconReq, 0, frame(0x20188512, 1)));
+    EXPECT_EQ(Strings{}, lines());
+
+    // Bytes of another command are refused before any magic check could abort.
+    Bytes assoc = frame(0x29170612, 1) + scalarItem(3, 0);
+    EXPECT_EQ(2u, refused(kStations, 0, assoc));
+    EXPECT_EQ(linesAt(3), Strings{cb("unserializeBody", "msgCmdReq", "getStationsStatistics") +
+                                  ": Check Magic[INTFVELMOR_MAGIC_MSGCMD_GETSTATIONSSTATISTICS-20185465] "
+                                  "Ctx[ptr(" + at(assoc.data()) + ") magic(29170612)] text[refused]\n"});
+    EXPECT_EQ(1u, logs().size());
+    // With the right magic, the stamp alone still tells the two commands apart.
+    clearLogs();
+    assoc = frame(0x20185465, 1) + scalarItem(3, 0);
+    EXPECT_EQ(2u, refused(kStations, 0, assoc));
+    EXPECT_EQ(Strings{}, lines());
+}
+
+TEST_F(Frame, MalformedMembers)
+{
+    auto malformed = [](uint32_t i, int32_t type, const Bytes &b) {
+        Received r = receive(cmd(i), type, b);
+        EXPECT_EQ(nullptr, r.body);
+        return r.rc;
+    };
+    // A text of 18 characters for a char[18]; the scalar after it is not read.
+    std::string fn = cb("unserializeBody", "msgCmdReq", "temporarilyBlackList");
+    Bytes b = frame(0x20171010, 1) + textItem(3, std::string(18, 'x')) + scalarItem(4, 1);
+    EXPECT_EQ(4u, malformed(kBlack, 0, b));
+    EXPECT_EQ(linesAt(3), (Strings{fn + ": lgChainIn(19) lgMaxChainOut(18)\n",
+                                   fn + ": pBody(" + at(b.data()) + "): Type(4) -> Error Before\n"}));
+
+    // A wrong status tag: the capacity record after it stays silent, the text reports.
+    clearLogs();
+    fn = cb("unserializeBody", "msgCmdRes", "createAccessPoint");
+    APCapacity cap = patterned<APCapacity>(1);
+    b = frame(0x20170711, 0) + scalarItem(9, 1) + encode(cap) + textItem(5, "up");
+    EXPECT_EQ(4u, malformed(2, 1, b));
+    EXPECT_EQ(linesAt(3), (Strings{fn + ": pBody(" + at(b.data()) + "): Tl(9-4) expectded(3)\n",
+                                   fn + ": pBody(" + at(b.data()) + "): Type(5) -> Error Before\n"}));
+
+    // A record member reports at its own level, from its own first item.
+    clearLogs();
+    b = kCCARes;
+    b[24 + 2 * 12 + 3] = 9;
+    const std::string rec = "intfVelmor_ccaStats_unserialize: pBody(" + at(b.data() + 24) + "): ";
+    EXPECT_EQ(4u, malformed(kCCA, 1, b));
+    EXPECT_EQ(linesAt(3), (Strings{rec + "Tl(9-4) expectded(5)\n", rec + "Type(6) -> Error Before\n",
+                                   rec + "Type(7) -> Error Before\n"}));
+    EXPECT_EQ(3u, logs().size());
+}
+
+uint32_t notOurs(int32_t, const uint8_t *, void **, uint32_t *) { return 0; }
+
+TEST_F(Frame, BoundedReceipt)
+{
+    auto fn = cmd(kCCA).unserializeBody;
+    void *body = nullptr;
+    uint32_t size = 0;
+    ASSERT_EQ(0u, intfVelmor_unserializeBodyBounded(fn, 1, kCCARes.data(), kCCARes.data() + kCCARes.size(), &body, &size));
+    EXPECT_EQ(sizeof(CCARes), size);
+    EXPECT_EQ(5u, ((CCARes *)body)->res.v7);
+    cmd(kCCA).freeBody(1, body);
+
+    // Cut inside the last item, in a block of exactly that size: nothing is read past it.
+    body = nullptr;
+    Bytes cut(kCCARes.begin(), kCCARes.end() - 4);
+    EXPECT_EQ(4u, intfVelmor_unserializeBodyBounded(fn, 1, cut.data(), cut.data() + cut.size(), &body, &size));
+    EXPECT_EQ(nullptr, body);
+    EXPECT_EQ(linesAt(3), Strings{"intfVelmor_ccaStats_unserialize: pBody(" + at(cut.data() + 24) +
+                                  "): Tl(7-4) -> Beyond end(0)\n"});
+    // A frame cut short is a refused frame.
+    Bytes head(kCCAReq.begin(), kCCAReq.end() - 4);
+    EXPECT_EQ(2u, intfVelmor_unserializeBodyBounded(fn, 0, head.data(), head.data() + head.size(), &body, &size));
+    EXPECT_EQ(nullptr, body);
+    // Only the interface's own callbacks are known.
+    EXPECT_EQ(1u, intfVelmor_unserializeBodyBounded(notOurs, 0, kCCAReq.data(), kCCAReq.data() + 24, &body, &size));
+}
+
+TEST_F(Frame, FreeBodyHonoursTheReferenceWord)
+{
+    Received req = receive(cmd(kCCA), 0, kCCAReq);
+    Received res = receive(cmd(kCCA), 1, kCCARes);
+    ASSERT_EQ(0u, req.rc);
+    ASSERT_EQ(0u, res.rc);
+    Head *h = (Head *)req.body;
+    CCARes *r = (CCARes *)res.body;
+    // Held elsewhere: left as it is. A held response is not even checked.
+    h->ref = 1;
+    r->ref = 1;
+    r->magic = 0x0BADF00D;
+    cmd(kCCA).freeBody(0, h);
+    cmd(kCCA).freeBody(1, r);
+    EXPECT_EQ(0x29190165u, h->magic);
+    EXPECT_EQ(0x0BADF00Du, r->magic);
+    EXPECT_EQ(5u, r->res.v7);
+    EXPECT_EQ(Strings{}, lines());
+    // Released once the word is 0 again.
+    h->ref = 0;
+    r->ref = 0;
+    r->magic = 0x29190165;
+    cmd(kCCA).freeBody(0, h);
+    cmd(kCCA).freeBody(1, r);
+    EXPECT_EQ(Strings{}, lines());
+}
+
+TEST_F(Frame, NullBodies)
+{
+    uint8_t *out = nullptr;
+    uint32_t len = 0;
+    EXPECT_EQ(4u, cmd(kCCA).serializeBody(0, nullptr, &out, &len));
+    EXPECT_EQ(4u, cmd(kCCA).serializeBody(1, nullptr, &out, &len));
+    EXPECT_EQ(nullptr, out);
+    cmd(kCCA).freeBody(0, nullptr);
+    cmd(kCCA).freeBody(1, nullptr);
+    intfVelmor_recvReq_getCCAStatistic(nullptr, nullptr, fnp(onRequest<>), 0);
+    EXPECT_TRUE(g_handled.empty());
+    const std::string null = ": Ctx[NULL] text[]\n";
+    EXPECT_EQ(linesAt(3), (Strings{cb("serializeBody", "msgCmdReq", "getCCAStatistic") + null,
+                                   cb("serializeBody", "msgCmdRes", "getCCAStatistic") + null,
+                                   cb("freeBody", "msgCmdReq", "getCCAStatistic") + null,
+                                   cb("freeBody", "msgCmdRes", "getCCAStatistic") + null,
+                                   "intfVelmor_recvReq_getCCAStatistic" + null}));
+}
+
+// ---- nobody to handle, nothing to answer ------------------------------------------------
+
+TEST_F(Frame, RequestWithoutHandlerIsAnsweredWith20)
+{
+    ASSERT_EQ(0u, intfVelmor_modSrv_recvMsg_getCCAStatistic(srv, 0, kSrvRef, 0));
+    EXPECT_EQ(0u, intfVelmor_sendReq_getCCAStatistic(client, onResponse<ccaStats *>, kCliRef, 0, "wifi"));
+    EXPECT_TRUE(g_answered.empty());
+    ASSERT_EQ(2u, events.size());
+    EXPECT_EQ(REFHOST_TRACE_CODE, events[1].kind);
+    EXPECT_EQ(20u, events[1].code);
+    EXPECT_EQ("wifi", events[1].from);
+    EXPECT_EQ(20u, refhost_lastResCode());
+    // The request body itself went back: the host freed the client's request
+    // and the received one, and no third body.
+    EXPECT_EQ(2u, refhost_stats().bodiesFreed);
+    EXPECT_EQ(Strings{}, lines());
+}
+
+TEST_F(Frame, RequestWithoutCallbackExpectsNoResponse)
+{
+    ccaStats stats{1, 2, 3, 4, 5};
+    uint32_t needRes = 0;
+    g_answer = [&](void *ctx) {
+        EXPECT_EQ(nullptr, ((tolkCore_msgCtx *)ctx)->cbRes);
+        needRes = tolkCore_isMsg_needRes(ctx);  // no response function was given
+        intfVelmor_sendRes_getCCAStatistic(ctx, &stats);
+    };
+    ASSERT_EQ(0u, intfVelmor_modSrv_recvMsg_getCCAStatistic(srv, refhost_token(fnp(onRequest<>)), kSrvRef, 0));
+    EXPECT_EQ(0u, intfVelmor_sendReq_getCCAStatistic(client, nullptr, kCliRef, 0, "wifi"));
+    EXPECT_EQ(1u, g_handled.size());
+    EXPECT_NE(0u, needRes);
+    // Sent, and nothing answered: no response body was built, serialized or freed.
+    ASSERT_EQ(1u, events.size());
+    EXPECT_EQ(REFHOST_TRACE_REQUEST, events[0].kind);
+    refhost_statsInfo s = refhost_stats();
+    EXPECT_EQ(1u, s.serialized);
+    EXPECT_EQ(2u, s.bodiesFreed);
+    EXPECT_EQ(0u, s.codeResponses);
+    EXPECT_EQ(Strings{}, lines());
+}
+
+TEST_F(Frame, SendResWaitsForTheCoreToExpectAResponse)
+{
+    ccaStats stats{1, 2, 3, 4, 5};
+    ASSERT_EQ(0u, intfVelmor_modSrv_recvMsg_getCCAStatistic(srv, refhost_token(fnp(onRequest<>)), kSrvRef, 0));
+    EXPECT_EQ(0u, intfVelmor_sendReq_getCCAStatistic(client, onResponse<ccaStats *>, kCliRef, 0, "wifi"));
+    ASSERT_EQ(1u, g_handled.size());
+    void *ctx = g_handled[0].ctx;
+    uint32_t freed = refhost_stats().bodiesFreed;
+    refhost_failNext(REFHOST_CALL_IS_MSG_NEED_RES, 1);
+    intfVelmor_sendRes_getCCAStatistic(ctx, &stats);
+    EXPECT_TRUE(g_answered.empty());
+    EXPECT_EQ(1u, events.size());
+    EXPECT_EQ(freed, refhost_stats().bodiesFreed);
+    EXPECT_EQ(1u, refhost_stats().contextsOpen);
+    intfVelmor_sendRes_getCCAStatistic(ctx, &stats);
+    ASSERT_EQ(1u, g_answered.size());
+    EXPECT_EQ(Strings{render(&stats)}, g_answered[0].args);
+}
+
+TEST_F(Frame, ResponseWithoutCallbackIsAnsweredWith20)
+{
+    ccaStats stats{1, 2, 3, 4, 5};
+    g_answer = [&](void *ctx) {
+        ((tolkCore_msgCtx *)ctx)->cbRes = nullptr;  // the context has lost its callback
+        intfVelmor_sendRes_getCCAStatistic(ctx, &stats);
+    };
+    ASSERT_EQ(0u, intfVelmor_modSrv_recvMsg_getCCAStatistic(srv, refhost_token(fnp(onRequest<>)), kSrvRef, 0));
+    EXPECT_EQ(0u, intfVelmor_sendReq_getCCAStatistic(client, onResponse<ccaStats *>, kCliRef, 0, "wifi"));
+    EXPECT_TRUE(g_answered.empty());
+    ASSERT_EQ(3u, events.size());
+    EXPECT_EQ(REFHOST_TRACE_RESPONSE, events[1].kind);
+    EXPECT_EQ(REFHOST_TRACE_CODE, events[2].kind);
+    EXPECT_EQ(20u, events[2].code);
+    EXPECT_EQ("client", events[2].from);
+    EXPECT_EQ(Strings{}, lines());
+}
+
+TEST_F(Frame, NullServiceNameSendsNothing)
+{
+    EXPECT_EQ(0u, intfVelmor_sendReq_getCCAStatistic(client, onResponse<ccaStats *>, kCliRef, 0, nullptr));
+    EXPECT_EQ(linesAt(3), Strings{"intfVelmor_sendReq_getCCAStatistic: user(" + at(client) + "): UserName Null\n"});
+    EXPECT_TRUE(events.empty());
+    EXPECT_EQ(0u, refhost_stats().bodiesFreed);
+}
+
+TEST_F(Frame, ModSrvFailure)
+{
+    refhost_failNext(REFHOST_CALL_MOD_SRV_MTHD, 77);
+    EXPECT_EQ(77u, intfVelmor_modSrv_recvMsg_getCCAStatistic(srv, refhost_token(fnp(onRequest<>)), kSrvRef, 0));
+    EXPECT_EQ(linesAt(3), Strings{"intfVelmor_modSrv_recvMsg_getCCAStatistic: user(" + at(srv) +
+                                  "): ModCliNtfyUser failed(77)\n"});
+    // Nobody serves the command: sendReq hands back the core's code.
+    EXPECT_EQ(REFHOST_ERR_NO_SERVER,
+              intfVelmor_sendReq_getCCAStatistic(client, onResponse<ccaStats *>, kCliRef, 0, "wifi"));
+    EXPECT_TRUE(g_handled.empty());
+}
+
+// ---- broken magic ---------------------------------------------------------------------
+
+using FrameDeathTest = Frame;
+
+// The emergency line, which the test kit echoes to stderr, then abort.
+std::string checkMagic(const std::string &fn)
+{
+    return fn + "\\([0-9]+\\): Check Magic\\[INTFVELMOR_MAGIC_MSGCMD_GETCCASTATISTIC-29190165\\] "
+                "Ctx\\[ptr\\(0x[0-9a-f]+\\) magic\\(12345678\\)\\] text\\[\\]";
+}
+
+TEST_F(FrameDeathTest, ForeignBodyAborts)
+{
+    Head body{0x12345678, 0};
+    EXPECT_EXIT(intfVelmor_recvReq_getCCAStatistic(nullptr, &body, fnp(onRequest<>), 0),
+                testing::KilledBySignal(SIGABRT), checkMagic("intfVelmor_recvReq_getCCAStatistic"));
+    // A request body is checked before its reference word.
+    Head held{0x12345678, 1};
+    EXPECT_EXIT(cmd(kCCA).freeBody(0, &held), testing::KilledBySignal(SIGABRT),
+                checkMagic(cb("freeBody", "msgCmdReq", "getCCAStatistic")));
+    uint8_t *out = nullptr;
+    uint32_t len = 0;
+    EXPECT_EXIT(cmd(kCCA).serializeBody(1, &body, &out, &len), testing::KilledBySignal(SIGABRT),
+                checkMagic(cb("serializeBody", "msgCmdRes", "getCCAStatistic")));
+}
+
+}  // namespace

@@ -1,0 +1,287 @@
+// Notifications from the service to its subscribers through the reference
+// host, their bytes, and their body callbacks called directly.
+#include <signal.h>
+#include <stdlib.h>
+
+#include "messages_kit.h"
+
+using namespace ivtest;
+
+namespace {
+
+constexpr uint32_t kRefClient = 0xA1, kRefPanel = 0xB2;
+const char kPanel[] = "panel";
+
+using SubscribeFn = uint32_t (*)(void *user, uint32_t w1, uint32_t w2, uint32_t w3,
+                                 const char *busName, void *userName);
+
+const intfVelmor_entry &ntfy(uint32_t i) { return intfVelmor_base.ntfy.entries[i]; }
+
+std::string cb(const char *op, const char *kind, const char *name)
+{
+    return std::string("intfVelmor_cbEvtMsgMngt_") + op + "_" + kind + "_" + name;
+}
+
+struct BeaconBody {
+    uint32_t magic;
+    uint16_t ref;
+    char mac[18];
+    int8_t value1, value2;
+};
+struct PairingBody {
+    uint32_t magic;
+    uint16_t ref;
+    uint32_t value;
+};
+
+const Bytes kPairing5 = hex("00 00 00 00 00 00 00 04 13 53 19 40 00 00 00 01 00 00 00 04 00 00 00 01"
+                            "00 00 00 03 00 00 00 04 00 00 00 05");
+const Bytes kBeaconAb = frame(0x24582563, 0) +
+                        hex("00 00 00 03 00 00 00 04 61 62 00 00 00 00 00 04 00 00 00 04 FF FF FF FF"
+                            "00 00 00 05 00 00 00 04 00 00 00 02");
+
+// The service publishes to the client and to a second subscriber, "panel".
+class Ntfy : public Messages {
+protected:
+    void SetUp() override
+    {
+        Messages::SetUp();
+        panel = refhost_newUser(kPanel);
+        ASSERT_EQ(0u, intfVelmor_regUser_msgMngt(panel, 0, nullptr, INTFVELMOR_SEL_NTFY));
+    }
+
+    void subscribe(SubscribeFn fn, void *clientHandler, void *panelHandler)
+    {
+        ASSERT_EQ(0u, fn(client, refhost_token(clientHandler), kRefClient, 0, "bus", (void *)"client"));
+        ASSERT_EQ(0u, fn(panel, refhost_token(panelHandler), kRefPanel, 0, "bus", (void *)kPanel));
+    }
+
+    // Both subscribers got the same bytes and the same members, each with its reference.
+    void expectDelivered(uint32_t index, const Strings &members, const Bytes &bytes)
+    {
+        ASSERT_EQ(2u, g_handled.size());
+        EXPECT_EQ(kRefClient, g_handled[0].ref);
+        EXPECT_EQ(kRefPanel, g_handled[1].ref);
+        EXPECT_EQ(members, g_handled[0].args);
+        EXPECT_EQ(members, g_handled[1].args);
+        ASSERT_EQ(2u, events.size());
+        const char *to[] = {"client", kPanel};
+        for (int i = 0; i < 2; ++i) {
+            EXPECT_EQ(REFHOST_TRACE_NOTIFICATION, events[i].kind);
+            EXPECT_EQ(kNtfys[index].entry, events[i].entry);
+            EXPECT_EQ(index, events[i].index);
+            EXPECT_EQ(0, events[i].type);
+            EXPECT_EQ("wifi", events[i].from);
+            EXPECT_EQ(to[i], events[i].to);
+            EXPECT_EQ(toHex(bytes), toHex(events[i].bytes));
+        }
+        EXPECT_EQ(Strings{}, lines());
+    }
+
+    void *panel = nullptr;
+};
+
+// ---- end to end -------------------------------------------------------------------------
+
+TEST_F(Ntfy, ExtenderPairing)
+{
+    void *h = fnp(onRequest<uint32_t>);
+    subscribe(intfVelmor_modCliNtfyUser_recvMsg_meshTUKExtenderPairing, h, h);
+    intfVelmor_sendReq_ntfyMeshTUKExtenderPairing(srv, 0, 0, 5);
+    expectDelivered(0, {"5"}, kPairing5);
+}
+
+TEST_F(Ntfy, ClientsLowRSSI)
+{
+    void *h = fnp(onRequest<LowRSSINtf *>);
+    subscribe(intfVelmor_modCliNtfyUser_recvMsg_meshTUKClientsLowRSSI, h, h);
+    LowRSSINtf rec = patterned<LowRSSINtf>(1);
+    intfVelmor_sendReq_ntfyMeshTUKClientsLowRSSI(srv, 0, 0, &rec);
+    expectDelivered(1, {render(&rec)}, frame(0x14531940, 1) + encode(rec));
+}
+
+TEST_F(Ntfy, BeaconReport)
+{
+    void *h = fnp(onRequest<char *, int8_t, int8_t>);
+    subscribe(intfVelmor_modCliNtfyUser_recvMsg_beaconReport, h, h);
+    intfVelmor_sendReq_ntfyBeaconReport(srv, 0, 0, "ab", -1, 2);
+    expectDelivered(2, {"ab", "-1", "2"}, kBeaconAb);
+
+    // Twenty characters are published as the seventeen of a station address.
+    forget();
+    intfVelmor_sendReq_ntfyBeaconReport(srv, 0, 0, "0123456789abcdefghij", -128, 127);
+    expectDelivered(2, {"0123456789abcdefg", "-128", "127"},
+                    frame(0x24582563, 0) + textItem(3, "0123456789abcdefg") +
+                        scalarItem(4, 0xFFFFFF80) + scalarItem(5, 127));
+}
+
+TEST_F(Ntfy, SubscriberWithoutHandlerAnswers20)
+{
+    subscribe(intfVelmor_modCliNtfyUser_recvMsg_meshTUKExtenderPairing, fnp(onRequest<uint32_t>), nullptr);
+    intfVelmor_sendReq_ntfyMeshTUKExtenderPairing(srv, 0, 0, 9);
+    ASSERT_EQ(1u, g_handled.size());
+    EXPECT_EQ(kRefClient, g_handled[0].ref);
+    ASSERT_EQ(3u, events.size());
+    EXPECT_EQ(kPanel, events[1].to);
+    EXPECT_EQ(REFHOST_TRACE_CODE, events[2].kind);
+    EXPECT_EQ(20u, events[2].code);
+    EXPECT_EQ(kPanel, events[2].from);
+    EXPECT_EQ(Strings{}, lines());
+}
+
+TEST_F(Ntfy, NeedUpdateAndFailedRegistrations)
+{
+    EXPECT_EQ(0u, intfVelmor_modSrv_needUpdate_ntfyBeaconReport(srv, 1, 2, 3));
+    EXPECT_EQ(1u, refhost_stats().needUpdates);
+
+    refhost_failNext(REFHOST_CALL_MOD_SRV_NTFY_NEED_UPDATE, 41);
+    EXPECT_EQ(41u, intfVelmor_modSrv_needUpdate_ntfyBeaconReport(srv, 1, 2, 3));
+    refhost_failNext(REFHOST_CALL_MOD_CLI_NTFY_USER_MTHD, 42);
+    EXPECT_EQ(42u, intfVelmor_modCliNtfyUser_recvMsg_beaconReport(
+                       client, refhost_token(fnp(onRequest<char *, int8_t, int8_t>)), kRefClient, 0,
+                       "bus", (void *)kPanel));
+    EXPECT_EQ(linesAt(3), (Strings{"intfVelmor_modSrv_needUpdate_ntfyBeaconReport: user(" + at(srv) +
+                                       "): ModSrv failed(41)\n",
+                                   "intfVelmor_modCliNtfyUser_recvMsg_beaconReport: user(" + at(client) +
+                                       ") bus name(bus) user name(" + at(kPanel) + "): ModCliNtfyUser\n"}));
+    EXPECT_EQ(1u, refhost_stats().needUpdates);
+
+    // The failed subscription delivers nothing.
+    intfVelmor_sendReq_ntfyBeaconReport(srv, 0, 0, "ab", 1, 2);
+    EXPECT_TRUE(g_handled.empty());
+    EXPECT_TRUE(events.empty());
+}
+
+// ---- body callbacks called directly --------------------------------------------------------
+
+TEST_F(Ntfy, BodiesFromBytesAndBack)
+{
+    void *body = nullptr;
+    uint32_t size = 0;
+    ASSERT_EQ(0u, ntfy(0).unserializeBody(0, kPairing5.data(), &body, &size));
+    EXPECT_EQ(sizeof(PairingBody), size);
+    EXPECT_EQ(5u, ((PairingBody *)body)->value);
+    uint8_t *out = nullptr;
+    uint32_t len = 0;
+    ASSERT_EQ(0u, ntfy(0).serializeBody(0, body, &out, &len));
+    EXPECT_EQ(toHex(kPairing5), toHex(out, len));
+    free(out);
+    ntfy(0).freeBody(0, body);
+
+    // beaconReport's values are the low bytes of their items.
+    Bytes b = kBeaconAb;
+    b[b.size() - 2] = 0x01, b[b.size() - 1] = 0xFE;  // the second value: 0x000001FE
+    ASSERT_EQ(0u, ntfy(2).unserializeBody(0, b.data(), &body, &size));
+    BeaconBody *r = (BeaconBody *)body;
+    EXPECT_EQ(sizeof(BeaconBody), size);
+    EXPECT_STREQ("ab", r->mac);
+    EXPECT_EQ(-1, r->value1);
+    EXPECT_EQ(-2, r->value2);
+    // Held elsewhere: left alone, its magic not even checked.
+    r->ref = 1;
+    r->magic = 0x0BADF00D;
+    ntfy(2).freeBody(0, r);
+    EXPECT_STREQ("ab", r->mac);
+    r->ref = 0;
+    r->magic = 0x24582563;
+    ntfy(2).freeBody(0, r);
+    EXPECT_EQ(Strings{}, lines());
+}
+
+TEST_F(Ntfy, ResponseAndUnknownTypesOnEveryNotification)
+{
+    PairingBody body{0, 0, 0};  // never looked at, never freed
+    for (uint32_t i = 0; i < INTFVELMOR_NTFY_COUNT; ++i) {
+        const char *n = kNtfys[i].name;
+        SCOPED_TRACE(n);
+        clearLogs();
+        uint8_t *out = nullptr;
+        uint32_t len = 0, size = 0;
+        void *got = nullptr;
+        EXPECT_EQ(1u, ntfy(i).serializeBody(1, &body, &out, &len));
+        EXPECT_EQ(1u, ntfy(i).unserializeBody(1, kPairing5.data(), &got, &size));
+        ntfy(i).freeBody(1, &body);
+        EXPECT_EQ(1u, ntfy(i).serializeBody(2, &body, &out, &len));
+        EXPECT_EQ(1u, ntfy(i).unserializeBody(2, kPairing5.data(), &got, &size));
+        ntfy(i).freeBody(2, &body);
+        EXPECT_EQ(nullptr, out);
+        EXPECT_EQ(nullptr, got);
+        char *text = nullptr;
+        ntfy(i).logBody(0, 0, 0, &text);
+        ASSERT_NE(nullptr, text);
+        EXPECT_STREQ("", text);
+        free(text);
+        ntfy(i).logBody(0, 0, 0, nullptr);
+        EXPECT_EQ(linesAt(3), (Strings{cb("serializeBody", "msgNtfy", n) + ": No Serialize response process\n",
+                                       cb("unserializeBody", "msgNtfy", n) + ": No Unserialize response process\n",
+                                       cb("freeBody", "msgNtfy", n) + ": No free body response process\n",
+                                       cb("serializeBody", "msgNtfy", n) + ": Type(2) unknown\n",
+                                       cb("unserializeBody", "msgNtfy", n) + ": Type(2) unknown\n",
+                                       cb("freeBody", "msgNtfy", n) + ": Type(2) unknown",
+                                       cb("logBody", "msgNtfy", n) + ": Invalid parameter\n"}));
+    }
+}
+
+TEST_F(Ntfy, RefusedBodies)
+{
+    const std::string fn = cb("unserializeBody", "msgNtfyReq", "beaconReport");
+    auto refused = [](uint32_t i, const Bytes &b) {
+        void *body = nullptr;
+        uint32_t size = 0;
+        uint32_t rc = ntfy(i).unserializeBody(0, b.data(), &body, &size);
+        EXPECT_EQ(nullptr, body);
+        return rc;
+    };
+    // Stamps: meshTUKExtenderPairing requires 1, beaconReport 0.
+    Bytes b = kPairing5;
+    b[23] = 0;
+    EXPECT_EQ(2u, refused(0, b));
+    b = kBeaconAb;
+    b[23] = 1;
+    EXPECT_EQ(2u, refused(2, b));
+    EXPECT_EQ(Strings{}, lines());
+
+    // The text's item with tag 9: "Error Before" for both values.
+    b = kBeaconAb;
+    b[27] = 9;
+    EXPECT_EQ(4u, refused(2, b));
+    const std::string base = fn + ": pBody(" + at(b.data()) + "): ";
+    EXPECT_EQ(linesAt(3), (Strings{base + "Tl(9-4) expectded(3)\n", base + "Type(4) -> Error Before\n",
+                                   base + "Type(5) -> Error Before\n"}));
+    // Eighteen characters for a char[18].
+    clearLogs();
+    b = frame(0x24582563, 0) + textItem(3, std::string(18, 'm')) + scalarItem(4, 1) + scalarItem(5, 2);
+    EXPECT_EQ(4u, refused(2, b));
+    const std::string base2 = fn + ": pBody(" + at(b.data()) + "): ";
+    EXPECT_EQ(linesAt(3), (Strings{fn + ": lgChainIn(19) lgMaxChainOut(18)\n", base2 + "Type(4) -> Error Before\n",
+                                   base2 + "Type(5) -> Error Before\n"}));
+    // A record member reports at its own level.
+    clearLogs();
+    LowRSSINtf rec = patterned<LowRSSINtf>(2);
+    b = frame(0x14531940, 1) + encode(rec);
+    b[b.size() - 9] = 9;  // the record's second item
+    EXPECT_EQ(4u, refused(1, b));
+    EXPECT_EQ(linesAt(3), Strings{"intfVelmor_LowRSSINtf_unserialize: pBody(" + at(b.data() + 24) +
+                                  "): Tl(9-4) expectded(4)\n"});
+}
+
+// ---- broken magic ---------------------------------------------------------------------------
+
+using NtfyDeathTest = Ntfy;
+
+TEST_F(NtfyDeathTest, ForeignBodyAborts)
+{
+    BeaconBody body{0x12345678, 0, "ab", 1, 2};
+    const std::string check = "\\([0-9]+\\): Check Magic\\[INTFVELMOR_MAGIC_MSGNTFY_BEACONREPORT-24582563\\] "
+                              "Ctx\\[ptr\\(0x[0-9a-f]+\\) magic\\(12345678\\)\\] text\\[\\]";
+    uint8_t *out = nullptr;
+    uint32_t len = 0;
+    EXPECT_EXIT(ntfy(2).serializeBody(0, &body, &out, &len), testing::KilledBySignal(SIGABRT),
+                cb("serializeBody", "msgNtfyReq", "beaconReport") + check);
+    EXPECT_EXIT(intfVelmor_recvReq_ntfyBeaconReport(nullptr, &body, fnp(onRequest<char *, int8_t, int8_t>), 0),
+                testing::KilledBySignal(SIGABRT), "intfVelmor_recvReq_ntfyBeaconReport" + check);
+    EXPECT_EXIT(ntfy(2).freeBody(0, &body), testing::KilledBySignal(SIGABRT),
+                cb("freeBody", "msgNtfyReq", "beaconReport") + check);
+}
+
+}  // namespace
