@@ -89,7 +89,8 @@ TEST_F(Commands, SelectAndCreateRadio)
 {
     const std::string name(70, 'r');  // cut to 63 characters
     auto def = patterned<RadioDef>(3);
-    auto cap = patterned<RadioCapacity>(4, [](auto &r) { r.radioChannelCapabilities.bandwidthsCount = 9; });
+    auto cap = patterned<RadioCapacity>(
+        4, [](auto &r) { r.radioChannelCapabilities.bandwidthsCount = 9; });  // bound 4
     run({1, intfVelmor_modSrv_recvMsg_selectAndCreateRadio, fnp(onRequest<char *, RadioDef *>),
          [&] {
              return intfVelmor_sendReq_selectAndCreateRadio(client, onResponse<RadioCapacity *>,
@@ -185,7 +186,8 @@ TEST_F(Commands, TemporarilyBlackList)
 
 TEST_F(Commands, ActionFrame11v)
 {
-    auto req = patterned<bssTransitionRequest>(11, [](auto &r) { r.actionFrame.candidatesCount = 11; });
+    auto req = patterned<bssTransitionRequest>(
+        11, [](auto &r) { r.actionFrame.candidatesCount = 11; });  // bound 10
     auto res = patterned<bssTransitionResponse>(12);
     run({8, intfVelmor_modSrv_recvMsg_11vActionFrame, fnp(onRequest<bssTransitionRequest *>),
          [&] {

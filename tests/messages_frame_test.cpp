@@ -11,7 +11,7 @@ using namespace ivtest;
 namespace {
 
 constexpr uint32_t kCliRef = 0xC11E0001, kSrvRef = 0x5E470002;
-enum : uint32_t { kAssoc = 0, kProbe = 3, kWps = 6, kBlack = 7, kStations = 9, kBeaconReq = 10, kCCA = 13 };
+enum : uint32_t { kBlack = 7, kStations = 9, kBeaconReq = 10, kCCA = 13 };
 
 // Bodies as the library lays them out: magic, reference word, members by value.
 struct Head {
@@ -30,7 +30,8 @@ struct BlackListReq {
     uint32_t value;
 };
 
-const Bytes kCCAReq = hex("00 00 00 00 00 00 00 04 29 19 01 65 00 00 00 01 00 00 00 04 00 00 00 00");
+const Bytes kCCAReq =
+    hex("00 00 00 00 00 00 00 04 29 19 01 65 00 00 00 01 00 00 00 04 00 00 00 00");
 const Bytes kCCARes = kCCAReq + scalarItem(3, 1) + scalarItem(4, 2) + scalarItem(5, 3) +
                       scalarItem(6, 4) + scalarItem(7, 5);
 
@@ -64,7 +65,18 @@ Bytes serialized(const intfVelmor_entry &e, int32_t type, void *body)
     return b;
 }
 
-using Frame = Messages;
+class Frame : public Messages {
+protected:
+    // getCCAStatistic served by the service (handler null: none) and asked by the client.
+    uint32_t serve(void *handler)
+    {
+        return intfVelmor_modSrv_recvMsg_getCCAStatistic(srv, refhost_token(handler), kSrvRef, 0);
+    }
+    uint32_t ask(intfVelmor_cbRes_getCCAStatistic cb, const char *srvName = "wifi")
+    {
+        return intfVelmor_sendReq_getCCAStatistic(client, cb, kCliRef, 0, srvName);
+    }
+};
 
 // ---- bytes on the wire -------------------------------------------------------------
 
@@ -72,8 +84,8 @@ TEST_F(Frame, GetCCAStatisticBytesEndToEnd)
 {
     ccaStats stats{1, 2, 3, 4, 5};
     g_answer = [&](void *ctx) { intfVelmor_sendRes_getCCAStatistic(ctx, &stats); };
-    ASSERT_EQ(0u, intfVelmor_modSrv_recvMsg_getCCAStatistic(srv, refhost_token(fnp(onRequest<>)), kSrvRef, 0));
-    EXPECT_EQ(0u, intfVelmor_sendReq_getCCAStatistic(client, onResponse<ccaStats *>, kCliRef, 0, "wifi"));
+    ASSERT_EQ(0u, serve(fnp(onRequest<>)));
+    EXPECT_EQ(0u, ask(onResponse<ccaStats *>));
     ASSERT_EQ(2u, events.size());
     EXPECT_EQ(toHex(kCCAReq), toHex(events[0].bytes));
     EXPECT_EQ(84u, events[1].bytes.size());
@@ -84,9 +96,13 @@ TEST_F(Frame, GetCCAStatisticBytesEndToEnd)
 
 TEST_F(Frame, ExampleBytes)
 {
-    ASSERT_EQ(0u, intfVelmor_modSrv_recvMsg_getAssocDevStats(srv, refhost_token(fnp(onRequest<assocDevListReq *>)), 0, 0));
-    ASSERT_EQ(0u, intfVelmor_modSrv_recvMsg_getProbeRequestList(srv, refhost_token(fnp(onRequest<>)), 0, 0));
-    ASSERT_EQ(0u, intfVelmor_modSrv_recvMsg_configureQTNBackHaulWPS(srv, refhost_token(fnp(onRequest<APBackHaulWPSCfg *>)), 0, 0));
+    auto token = [](void *handler) { return refhost_token(handler); };
+    ASSERT_EQ(0u, intfVelmor_modSrv_recvMsg_getAssocDevStats(
+                      srv, token(fnp(onRequest<assocDevListReq *>)), 0, 0));
+    ASSERT_EQ(0u,
+              intfVelmor_modSrv_recvMsg_getProbeRequestList(srv, token(fnp(onRequest<>)), 0, 0));
+    ASSERT_EQ(0u, intfVelmor_modSrv_recvMsg_configureQTNBackHaulWPS(
+                      srv, token(fnp(onRequest<APBackHaulWPSCfg *>)), 0, 0));
 
     assocDevListReq req{};
     req.devicesCount = 1;
@@ -96,13 +112,15 @@ TEST_F(Frame, ExampleBytes)
     EXPECT_EQ(0u, intfVelmor_sendReq_getProbeRequestList(client, nullptr, 0, 0, "wifi"));
     APBackHaulWPSCfg wps{};
     g_answer = [](void *ctx) { intfVelmor_sendRes_configureQTNBackHaulWPS(ctx, 7); };
-    EXPECT_EQ(0u, intfVelmor_sendReq_configureQTNBackHaulWPS(client, onResponse<uint8_t>, 0, 0, "wifi", &wps));
+    EXPECT_EQ(0u, intfVelmor_sendReq_configureQTNBackHaulWPS(client, onResponse<uint8_t>, 0, 0,
+                                                             "wifi", &wps));
 
     ASSERT_EQ(4u, events.size());
     // getAssocDevStats: stamp 1, then the count and one element (a 17-character text, L = 20).
     EXPECT_EQ(toHex(hex("00 00 00 00 00 00 00 04 29 17 06 12 00 00 00 01 00 00 00 04 00 00 00 01"
                         "00 00 00 03 00 00 00 04 00 00 00 01"
-                        "00 00 00 03 00 00 00 14 61 61 3a 62 62 3a 63 63 3a 64 64 3a 65 65 3a 66 66 00 00 00"
+                        "00 00 00 03 00 00 00 14 61 61 3a 62 62 3a 63 63 3a 64 64 3a 65 65 3a"
+                        "66 66 00 00 00"
                         "00 00 00 04 00 00 00 04 00 00 00 07")),
               toHex(events[0].bytes));
     EXPECT_EQ(toHex(hex("00 00 00 00 00 00 00 04 20 18 29 05 00 00 00 01 00 00 00 04 00 00 00 01")),
@@ -131,12 +149,14 @@ TEST_F(Frame, BodiesFromBytesAndBack)
     ASSERT_EQ(0u, res.rc);
     EXPECT_EQ(sizeof(CCARes), res.size);
     const ccaStats &s = ((CCARes *)res.body)->res;
-    EXPECT_EQ((std::vector<uint32_t>{1, 2, 3, 4, 5}), (std::vector<uint32_t>{s.v3, s.v4, s.v5, s.v6, s.v7}));
+    EXPECT_EQ((std::vector<uint32_t>{1, 2, 3, 4, 5}),
+              (std::vector<uint32_t>{s.v3, s.v4, s.v5, s.v6, s.v7}));
     EXPECT_EQ(toHex(kCCARes), toHex(serialized(cmd(kCCA), 1, res.body)));
     cmd(kCCA).freeBody(1, res.body);
 
     // Texts and scalars in the body itself; the stamp counts by its low 16 bits.
-    Bytes black = frame(0x20171010, 0x00020001) + textItem(3, "aa:bb:cc:dd:ee:ff") + scalarItem(4, 9);
+    Bytes black =
+        frame(0x20171010, 0x00020001) + textItem(3, "aa:bb:cc:dd:ee:ff") + scalarItem(4, 9);
     Received b = receive(cmd(kBlack), 0, black);
     ASSERT_EQ(0u, b.rc);
     EXPECT_EQ(sizeof(BlackListReq), b.size);
@@ -180,7 +200,8 @@ TEST_F(Frame, LogBodyGivesAnEmptyText)
         EXPECT_STREQ("", text);
         free(text);
         cmd(i).logBody(1, 2, 3, nullptr);
-        EXPECT_EQ(linesAt(3), Strings{cb("logBody", "msgCmd", kCmds[i].name) + ": Invalid parameter\n"});
+        EXPECT_EQ(linesAt(3),
+                  Strings{cb("logBody", "msgCmd", kCmds[i].name) + ": Invalid parameter\n"});
     }
 }
 
@@ -196,8 +217,9 @@ TEST_F(Frame, RefusedFrames)
     Bytes b = kCCAReq;
     b[3] = 5;
     EXPECT_EQ(2u, refused(kCCA, 0, b));
-    EXPECT_EQ(linesAt(3), (Strings{fn + ": pBody(" + at(b.data()) + "): Tl(5-4) expectded(0)\n",
-                                   fn + ": pBody(" + at(b.data()) + "): Type(1) -> Error Before\n"}));
+    std::string base = fn + ": pBody(" + at(b.data()) + "): ";
+    EXPECT_EQ(linesAt(3),
+              (Strings{base + "Tl(5-4) expectded(0)\n", base + "Type(1) -> Error Before\n"}));
     // Item 1 with tag 2: the Tl line alone.
     clearLogs();
     b = kCCAReq;
@@ -218,9 +240,10 @@ TEST_F(Frame, RefusedFrames)
     // Bytes of another command are refused before any magic check could abort.
     Bytes assoc = frame(0x29170612, 1) + scalarItem(3, 0);
     EXPECT_EQ(2u, refused(kStations, 0, assoc));
-    EXPECT_EQ(linesAt(3), Strings{cb("unserializeBody", "msgCmdReq", "getStationsStatistics") +
-                                  ": Check Magic[INTFVELMOR_MAGIC_MSGCMD_GETSTATIONSSTATISTICS-20185465] "
-                                  "Ctx[ptr(" + at(assoc.data()) + ") magic(29170612)] text[refused]\n"});
+    EXPECT_EQ(linesAt(3),
+              Strings{cb("unserializeBody", "msgCmdReq", "getStationsStatistics") +
+                      ": Check Magic[INTFVELMOR_MAGIC_MSGCMD_GETSTATIONSSTATISTICS-20185465] "
+                      "Ctx[ptr(" + at(assoc.data()) + ") magic(29170612)] text[refused]\n"});
     EXPECT_EQ(1u, logs().size());
     // With the right magic, the stamp alone still tells the two commands apart.
     clearLogs();
@@ -241,7 +264,8 @@ TEST_F(Frame, MalformedMembers)
     Bytes b = frame(0x20171010, 1) + textItem(3, std::string(18, 'x')) + scalarItem(4, 1);
     EXPECT_EQ(4u, malformed(kBlack, 0, b));
     EXPECT_EQ(linesAt(3), (Strings{fn + ": lgChainIn(19) lgMaxChainOut(18)\n",
-                                   fn + ": pBody(" + at(b.data()) + "): Type(4) -> Error Before\n"}));
+                                   fn + ": pBody(" + at(b.data()) +
+                                       "): Type(4) -> Error Before\n"}));
 
     // A wrong status tag: the capacity record after it stays silent, the text reports.
     clearLogs();
@@ -249,16 +273,31 @@ TEST_F(Frame, MalformedMembers)
     APCapacity cap = patterned<APCapacity>(1);
     b = frame(0x20170711, 0) + scalarItem(9, 1) + encode(cap) + textItem(5, "up");
     EXPECT_EQ(4u, malformed(2, 1, b));
-    EXPECT_EQ(linesAt(3), (Strings{fn + ": pBody(" + at(b.data()) + "): Tl(9-4) expectded(3)\n",
-                                   fn + ": pBody(" + at(b.data()) + "): Type(5) -> Error Before\n"}));
+    std::string base = fn + ": pBody(" + at(b.data()) + "): ";
+    EXPECT_EQ(linesAt(3),
+              (Strings{base + "Tl(9-4) expectded(3)\n", base + "Type(5) -> Error Before\n"}));
 
-    // A record member reports at its own level, from its own first item.
+    // A failing record member reports at its own level, from its own first
+    // item; the body's later text still reports at the body's level.
+    clearLogs();
+    b = frame(0x20170711, 0) + scalarItem(3, 1) + encode(cap) + textItem(5, "up");
+    b[24 + 12 + 3] = 9;  // the capacity's mac, 17 characters: L = 20
+    std::string inner = "intfVelmor_APCapacity_unserialize: pBody(" + at(b.data() + 36) + "): ";
+    EXPECT_EQ(4u, malformed(2, 1, b));
+    Strings expected{inner + "Tl(9-20) expectded(3)\n"};
+    for (int tag = 4; tag <= 8; ++tag)
+        expected.push_back(inner + "Type(" + std::to_string(tag) + ") -> Error Before\n");
+    expected.push_back(fn + ": pBody(" + at(b.data()) + "): Type(5) -> Error Before\n");
+    EXPECT_EQ(expected, linesAt(3));
+
+    // The same when the record is the whole response: only the record reports.
     clearLogs();
     b = kCCARes;
     b[24 + 2 * 12 + 3] = 9;
     const std::string rec = "intfVelmor_ccaStats_unserialize: pBody(" + at(b.data() + 24) + "): ";
     EXPECT_EQ(4u, malformed(kCCA, 1, b));
-    EXPECT_EQ(linesAt(3), (Strings{rec + "Tl(9-4) expectded(5)\n", rec + "Type(6) -> Error Before\n",
+    EXPECT_EQ(linesAt(3), (Strings{rec + "Tl(9-4) expectded(5)\n",
+                                   rec + "Type(6) -> Error Before\n",
                                    rec + "Type(7) -> Error Before\n"}));
     EXPECT_EQ(3u, logs().size());
 }
@@ -270,7 +309,11 @@ TEST_F(Frame, BoundedReceipt)
     auto fn = cmd(kCCA).unserializeBody;
     void *body = nullptr;
     uint32_t size = 0;
-    ASSERT_EQ(0u, intfVelmor_unserializeBodyBounded(fn, 1, kCCARes.data(), kCCARes.data() + kCCARes.size(), &body, &size));
+    auto bounded = [&](intfVelmor_unserializeBodyFn f, int32_t type, const Bytes &b) {
+        return intfVelmor_unserializeBodyBounded(f, type, b.data(), b.data() + b.size(), &body,
+                                                 &size);
+    };
+    ASSERT_EQ(0u, bounded(fn, 1, kCCARes));
     EXPECT_EQ(sizeof(CCARes), size);
     EXPECT_EQ(5u, ((CCARes *)body)->res.v7);
     cmd(kCCA).freeBody(1, body);
@@ -278,16 +321,16 @@ TEST_F(Frame, BoundedReceipt)
     // Cut inside the last item, in a block of exactly that size: nothing is read past it.
     body = nullptr;
     Bytes cut(kCCARes.begin(), kCCARes.end() - 4);
-    EXPECT_EQ(4u, intfVelmor_unserializeBodyBounded(fn, 1, cut.data(), cut.data() + cut.size(), &body, &size));
+    EXPECT_EQ(4u, bounded(fn, 1, cut));
     EXPECT_EQ(nullptr, body);
     EXPECT_EQ(linesAt(3), Strings{"intfVelmor_ccaStats_unserialize: pBody(" + at(cut.data() + 24) +
                                   "): Tl(7-4) -> Beyond end(0)\n"});
     // A frame cut short is a refused frame.
     Bytes head(kCCAReq.begin(), kCCAReq.end() - 4);
-    EXPECT_EQ(2u, intfVelmor_unserializeBodyBounded(fn, 0, head.data(), head.data() + head.size(), &body, &size));
+    EXPECT_EQ(2u, bounded(fn, 0, head));
     EXPECT_EQ(nullptr, body);
     // Only the interface's own callbacks are known.
-    EXPECT_EQ(1u, intfVelmor_unserializeBodyBounded(notOurs, 0, kCCAReq.data(), kCCAReq.data() + 24, &body, &size));
+    EXPECT_EQ(1u, bounded(notOurs, 0, kCCAReq));
 }
 
 TEST_F(Frame, FreeBodyHonoursTheReferenceWord)
@@ -340,8 +383,8 @@ TEST_F(Frame, NullBodies)
 
 TEST_F(Frame, RequestWithoutHandlerIsAnsweredWith20)
 {
-    ASSERT_EQ(0u, intfVelmor_modSrv_recvMsg_getCCAStatistic(srv, 0, kSrvRef, 0));
-    EXPECT_EQ(0u, intfVelmor_sendReq_getCCAStatistic(client, onResponse<ccaStats *>, kCliRef, 0, "wifi"));
+    ASSERT_EQ(0u, serve(nullptr));
+    EXPECT_EQ(0u, ask(onResponse<ccaStats *>));
     EXPECT_TRUE(g_answered.empty());
     ASSERT_EQ(2u, events.size());
     EXPECT_EQ(REFHOST_TRACE_CODE, events[1].kind);
@@ -363,8 +406,8 @@ TEST_F(Frame, RequestWithoutCallbackExpectsNoResponse)
         needRes = tolkCore_isMsg_needRes(ctx);  // no response function was given
         intfVelmor_sendRes_getCCAStatistic(ctx, &stats);
     };
-    ASSERT_EQ(0u, intfVelmor_modSrv_recvMsg_getCCAStatistic(srv, refhost_token(fnp(onRequest<>)), kSrvRef, 0));
-    EXPECT_EQ(0u, intfVelmor_sendReq_getCCAStatistic(client, nullptr, kCliRef, 0, "wifi"));
+    ASSERT_EQ(0u, serve(fnp(onRequest<>)));
+    EXPECT_EQ(0u, ask(nullptr));
     EXPECT_EQ(1u, g_handled.size());
     EXPECT_NE(0u, needRes);
     // Sent, and nothing answered: no response body was built, serialized or freed.
@@ -380,8 +423,8 @@ TEST_F(Frame, RequestWithoutCallbackExpectsNoResponse)
 TEST_F(Frame, SendResWaitsForTheCoreToExpectAResponse)
 {
     ccaStats stats{1, 2, 3, 4, 5};
-    ASSERT_EQ(0u, intfVelmor_modSrv_recvMsg_getCCAStatistic(srv, refhost_token(fnp(onRequest<>)), kSrvRef, 0));
-    EXPECT_EQ(0u, intfVelmor_sendReq_getCCAStatistic(client, onResponse<ccaStats *>, kCliRef, 0, "wifi"));
+    ASSERT_EQ(0u, serve(fnp(onRequest<>)));
+    EXPECT_EQ(0u, ask(onResponse<ccaStats *>));
     ASSERT_EQ(1u, g_handled.size());
     void *ctx = g_handled[0].ctx;
     uint32_t freed = refhost_stats().bodiesFreed;
@@ -403,8 +446,8 @@ TEST_F(Frame, ResponseWithoutCallbackIsAnsweredWith20)
         ((tolkCore_msgCtx *)ctx)->cbRes = nullptr;  // the context has lost its callback
         intfVelmor_sendRes_getCCAStatistic(ctx, &stats);
     };
-    ASSERT_EQ(0u, intfVelmor_modSrv_recvMsg_getCCAStatistic(srv, refhost_token(fnp(onRequest<>)), kSrvRef, 0));
-    EXPECT_EQ(0u, intfVelmor_sendReq_getCCAStatistic(client, onResponse<ccaStats *>, kCliRef, 0, "wifi"));
+    ASSERT_EQ(0u, serve(fnp(onRequest<>)));
+    EXPECT_EQ(0u, ask(onResponse<ccaStats *>));
     EXPECT_TRUE(g_answered.empty());
     ASSERT_EQ(3u, events.size());
     EXPECT_EQ(REFHOST_TRACE_RESPONSE, events[1].kind);
@@ -416,8 +459,9 @@ TEST_F(Frame, ResponseWithoutCallbackIsAnsweredWith20)
 
 TEST_F(Frame, NullServiceNameSendsNothing)
 {
-    EXPECT_EQ(0u, intfVelmor_sendReq_getCCAStatistic(client, onResponse<ccaStats *>, kCliRef, 0, nullptr));
-    EXPECT_EQ(linesAt(3), Strings{"intfVelmor_sendReq_getCCAStatistic: user(" + at(client) + "): UserName Null\n"});
+    EXPECT_EQ(0u, ask(onResponse<ccaStats *>, nullptr));
+    EXPECT_EQ(linesAt(3), Strings{"intfVelmor_sendReq_getCCAStatistic: user(" + at(client) +
+                                  "): UserName Null\n"});
     EXPECT_TRUE(events.empty());
     EXPECT_EQ(0u, refhost_stats().bodiesFreed);
 }
@@ -425,12 +469,12 @@ TEST_F(Frame, NullServiceNameSendsNothing)
 TEST_F(Frame, ModSrvFailure)
 {
     refhost_failNext(REFHOST_CALL_MOD_SRV_MTHD, 77);
-    EXPECT_EQ(77u, intfVelmor_modSrv_recvMsg_getCCAStatistic(srv, refhost_token(fnp(onRequest<>)), kSrvRef, 0));
+    EXPECT_EQ(77u, serve(fnp(onRequest<>)));
     EXPECT_EQ(linesAt(3), Strings{"intfVelmor_modSrv_recvMsg_getCCAStatistic: user(" + at(srv) +
                                   "): ModCliNtfyUser failed(77)\n"});
     // Nobody serves the command: sendReq hands back the core's code.
     EXPECT_EQ(REFHOST_ERR_NO_SERVER,
-              intfVelmor_sendReq_getCCAStatistic(client, onResponse<ccaStats *>, kCliRef, 0, "wifi"));
+              ask(onResponse<ccaStats *>));
     EXPECT_TRUE(g_handled.empty());
 }
 

@@ -59,7 +59,10 @@ inline Bytes textItem(uint32_t tag, const std::string &text)
     return b;
 }
 
-inline Bytes frame(uint32_t magic, uint32_t stamp) { return scalarItem(0, magic) + scalarItem(1, stamp); }
+inline Bytes frame(uint32_t magic, uint32_t stamp)
+{
+    return scalarItem(0, magic) + scalarItem(1, stamp);
+}
 
 // The constants of each message, in the index order of its block.
 struct MsgInfo {

@@ -34,10 +34,12 @@ struct PairingBody {
     uint32_t value;
 };
 
-const Bytes kPairing5 = hex("00 00 00 00 00 00 00 04 13 53 19 40 00 00 00 01 00 00 00 04 00 00 00 01"
+const Bytes kPairing5 = hex("00 00 00 00 00 00 00 04 13 53 19 40"
+                            "00 00 00 01 00 00 00 04 00 00 00 01"
                             "00 00 00 03 00 00 00 04 00 00 00 05");
 const Bytes kBeaconAb = frame(0x24582563, 0) +
-                        hex("00 00 00 03 00 00 00 04 61 62 00 00 00 00 00 04 00 00 00 04 FF FF FF FF"
+                        hex("00 00 00 03 00 00 00 04 61 62 00 00"
+                            "00 00 00 04 00 00 00 04 FF FF FF FF"
                             "00 00 00 05 00 00 00 04 00 00 00 02");
 
 // The service publishes to the client and to a second subscriber, "panel".
@@ -52,8 +54,8 @@ protected:
 
     void subscribe(SubscribeFn fn, void *clientHandler, void *panelHandler)
     {
-        ASSERT_EQ(0u, fn(client, refhost_token(clientHandler), kRefClient, 0, "bus", (void *)"client"));
-        ASSERT_EQ(0u, fn(panel, refhost_token(panelHandler), kRefPanel, 0, "bus", (void *)kPanel));
+        ASSERT_EQ(0u, fn(client, refhost_token(clientHandler), kRefClient, 0, "bus", client));
+        ASSERT_EQ(0u, fn(panel, refhost_token(panelHandler), kRefPanel, 0, "bus", panel));
     }
 
     // Both subscribers got the same bytes and the same members, each with its reference.
@@ -117,7 +119,8 @@ TEST_F(Ntfy, BeaconReport)
 
 TEST_F(Ntfy, SubscriberWithoutHandlerAnswers20)
 {
-    subscribe(intfVelmor_modCliNtfyUser_recvMsg_meshTUKExtenderPairing, fnp(onRequest<uint32_t>), nullptr);
+    subscribe(intfVelmor_modCliNtfyUser_recvMsg_meshTUKExtenderPairing, fnp(onRequest<uint32_t>),
+              nullptr);
     intfVelmor_sendReq_ntfyMeshTUKExtenderPairing(srv, 0, 0, 9);
     ASSERT_EQ(1u, g_handled.size());
     EXPECT_EQ(kRefClient, g_handled[0].ref);
@@ -140,10 +143,11 @@ TEST_F(Ntfy, NeedUpdateAndFailedRegistrations)
     EXPECT_EQ(42u, intfVelmor_modCliNtfyUser_recvMsg_beaconReport(
                        client, refhost_token(fnp(onRequest<char *, int8_t, int8_t>)), kRefClient, 0,
                        "bus", (void *)kPanel));
-    EXPECT_EQ(linesAt(3), (Strings{"intfVelmor_modSrv_needUpdate_ntfyBeaconReport: user(" + at(srv) +
-                                       "): ModSrv failed(41)\n",
-                                   "intfVelmor_modCliNtfyUser_recvMsg_beaconReport: user(" + at(client) +
-                                       ") bus name(bus) user name(" + at(kPanel) + "): ModCliNtfyUser\n"}));
+    EXPECT_EQ(linesAt(3),
+              (Strings{"intfVelmor_modSrv_needUpdate_ntfyBeaconReport: user(" + at(srv) +
+                           "): ModSrv failed(41)\n",
+                       "intfVelmor_modCliNtfyUser_recvMsg_beaconReport: user(" + at(client) +
+                           ") bus name(bus) user name(" + at(kPanel) + "): ModCliNtfyUser\n"}));
     EXPECT_EQ(1u, refhost_stats().needUpdates);
 
     // The failed subscription delivers nothing.
@@ -212,13 +216,15 @@ TEST_F(Ntfy, ResponseAndUnknownTypesOnEveryNotification)
         EXPECT_STREQ("", text);
         free(text);
         ntfy(i).logBody(0, 0, 0, nullptr);
-        EXPECT_EQ(linesAt(3), (Strings{cb("serializeBody", "msgNtfy", n) + ": No Serialize response process\n",
-                                       cb("unserializeBody", "msgNtfy", n) + ": No Unserialize response process\n",
-                                       cb("freeBody", "msgNtfy", n) + ": No free body response process\n",
-                                       cb("serializeBody", "msgNtfy", n) + ": Type(2) unknown\n",
-                                       cb("unserializeBody", "msgNtfy", n) + ": Type(2) unknown\n",
-                                       cb("freeBody", "msgNtfy", n) + ": Type(2) unknown",
-                                       cb("logBody", "msgNtfy", n) + ": Invalid parameter\n"}));
+        EXPECT_EQ(linesAt(3),
+                  (Strings{cb("serializeBody", "msgNtfy", n) + ": No Serialize response process\n",
+                           cb("unserializeBody", "msgNtfy", n) +
+                               ": No Unserialize response process\n",
+                           cb("freeBody", "msgNtfy", n) + ": No free body response process\n",
+                           cb("serializeBody", "msgNtfy", n) + ": Type(2) unknown\n",
+                           cb("unserializeBody", "msgNtfy", n) + ": Type(2) unknown\n",
+                           cb("freeBody", "msgNtfy", n) + ": Type(2) unknown",
+                           cb("logBody", "msgNtfy", n) + ": Invalid parameter\n"}));
     }
 }
 
@@ -246,14 +252,17 @@ TEST_F(Ntfy, RefusedBodies)
     b[27] = 9;
     EXPECT_EQ(4u, refused(2, b));
     const std::string base = fn + ": pBody(" + at(b.data()) + "): ";
-    EXPECT_EQ(linesAt(3), (Strings{base + "Tl(9-4) expectded(3)\n", base + "Type(4) -> Error Before\n",
+    EXPECT_EQ(linesAt(3), (Strings{base + "Tl(9-4) expectded(3)\n",
+                                   base + "Type(4) -> Error Before\n",
                                    base + "Type(5) -> Error Before\n"}));
     // Eighteen characters for a char[18].
     clearLogs();
-    b = frame(0x24582563, 0) + textItem(3, std::string(18, 'm')) + scalarItem(4, 1) + scalarItem(5, 2);
+    b = frame(0x24582563, 0) + textItem(3, std::string(18, 'm')) + scalarItem(4, 1) +
+        scalarItem(5, 2);
     EXPECT_EQ(4u, refused(2, b));
     const std::string base2 = fn + ": pBody(" + at(b.data()) + "): ";
-    EXPECT_EQ(linesAt(3), (Strings{fn + ": lgChainIn(19) lgMaxChainOut(18)\n", base2 + "Type(4) -> Error Before\n",
+    EXPECT_EQ(linesAt(3), (Strings{fn + ": lgChainIn(19) lgMaxChainOut(18)\n",
+                                   base2 + "Type(4) -> Error Before\n",
                                    base2 + "Type(5) -> Error Before\n"}));
     // A record member reports at its own level.
     clearLogs();
@@ -272,13 +281,15 @@ using NtfyDeathTest = Ntfy;
 TEST_F(NtfyDeathTest, ForeignBodyAborts)
 {
     BeaconBody body{0x12345678, 0, "ab", 1, 2};
-    const std::string check = "\\([0-9]+\\): Check Magic\\[INTFVELMOR_MAGIC_MSGNTFY_BEACONREPORT-24582563\\] "
-                              "Ctx\\[ptr\\(0x[0-9a-f]+\\) magic\\(12345678\\)\\] text\\[\\]";
+    const std::string check =
+        "\\([0-9]+\\): Check Magic\\[INTFVELMOR_MAGIC_MSGNTFY_BEACONREPORT-24582563\\] "
+        "Ctx\\[ptr\\(0x[0-9a-f]+\\) magic\\(12345678\\)\\] text\\[\\]";
     uint8_t *out = nullptr;
     uint32_t len = 0;
     EXPECT_EXIT(ntfy(2).serializeBody(0, &body, &out, &len), testing::KilledBySignal(SIGABRT),
                 cb("serializeBody", "msgNtfyReq", "beaconReport") + check);
-    EXPECT_EXIT(intfVelmor_recvReq_ntfyBeaconReport(nullptr, &body, fnp(onRequest<char *, int8_t, int8_t>), 0),
+    void *handler = fnp(onRequest<char *, int8_t, int8_t>);
+    EXPECT_EXIT(intfVelmor_recvReq_ntfyBeaconReport(nullptr, &body, handler, 0),
                 testing::KilledBySignal(SIGABRT), "intfVelmor_recvReq_ntfyBeaconReport" + check);
     EXPECT_EXIT(ntfy(2).freeBody(0, &body), testing::KilledBySignal(SIGABRT),
                 cb("freeBody", "msgNtfyReq", "beaconReport") + check);
