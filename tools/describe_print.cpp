@@ -60,14 +60,14 @@ size_t textLen(const Field &f, const uint8_t *m)
     return strnlen((const char *)m, f.cap - 1u);
 }
 
-// The left part of a tree line: indent, name, member number (0: none), and
-// offset in hex, as in a hex dump.
-void lead(std::string &out, int indent, const char *name, unsigned tag, uint32_t at)
+// The left part of a tree line: indent, name, item number (negative: none),
+// and offset in hex, as in a hex dump.
+void lead(std::string &out, int indent, const char *name, int tag, uint32_t at)
 {
     int width = kNameColumn - indent > 1 ? kNameColumn - indent : 1;
-    char tagText[8] = "";
-    if (tag)
-        snprintf(tagText, sizeof tagText, "#%u", tag);
+    char tagText[16] = "";
+    if (tag >= 0)
+        snprintf(tagText, sizeof tagText, "#%d", tag);
     appendf(out, "%*s%-*s %-4s @%04" PRIx32 "  ", indent, "", width, name, tagText, at);
 }
 
@@ -87,7 +87,7 @@ uint32_t treeElements(std::string &out, const Field &f, const uint8_t *first, ui
             continue;
         }
         uint32_t len = iv::length(*f.sub, e);
-        lead(out, indent, index, 0, at);
+        lead(out, indent, index, -1, at);
         appendf(out, "%s (%" PRIu32 " bytes)\n", f.sub->name, len);
         printTree(out, *f.sub, e, at, indent + 2);
         at += len;
@@ -101,6 +101,36 @@ void jsonKey(std::string &out, const char *name, const char *suffix = "")
 }
 
 }  // namespace
+
+void printItem(std::string &out, int indent, const char *name, unsigned tag, uint32_t at,
+               const std::string &value)
+{
+    lead(out, indent, name, (int)tag, at);
+    out += value;
+    out += '\n';
+}
+
+std::string formName(const Field &f)
+{
+    char buf[96];
+    switch (f.form) {
+    case Form::U8: return "u8";
+    case Form::I8: return "i8";
+    case Form::U16: return "u16";
+    case Form::I16: return "i16";
+    case Form::U32: return "u32";
+    case Form::U64: return "u64";
+    case Form::Text: snprintf(buf, sizeof buf, "char[%u]", (unsigned)f.cap); return buf;
+    case Form::Record: return f.sub->name;
+    case Form::Table: snprintf(buf, sizeof buf, "%s[%u]", f.sub->name, (unsigned)f.cap); return buf;
+    case Form::ArrayRec:
+    case Form::ArrayU32:
+        snprintf(buf, sizeof buf, "%s[%u] counted by a %s", f.form == Form::ArrayU32 ? "u32" : f.sub->name,
+                 (unsigned)f.cap, f.countWidth == 1 ? "u8" : "u32");
+        return buf;
+    }
+    return "?";
+}
 
 void quote(std::string &out, const char *s, size_t n, bool json)
 {

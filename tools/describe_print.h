@@ -34,6 +34,15 @@ uint32_t printTree(std::string &out, const iv::TypeDesc &d, const void *rec, uin
 // elements that travel; a fixed table a JSON array of all its elements.
 void printJson(std::string &out, const iv::TypeDesc &d, const void *rec);
 
+// Appends one tree line that is not a member of a record (a frame item of a
+// message body): name, item number (always shown), offset, then `value`.
+void printItem(std::string &out, int indent, const char *name, unsigned tag, uint32_t at,
+               const std::string &value);
+
+// The member's form as a reader would write it: u8, i16, char[18], RadioDef,
+// assocDevDescr[100] counted by a u32, BSDDevices[200].
+std::string formName(const iv::Field &f);
+
 // Appends `len` bytes as hex, 16 to a line, each line indented and led by the
 // offset of its first byte counted from `at`.
 void hexDump(std::string &out, const uint8_t *bytes, uint32_t len, int indent = 0,

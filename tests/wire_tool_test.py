@@ -1,0 +1,470 @@
+#!/usr/bin/env python3
+"""intfvelmor-wire from the outside: round trips of every message and of the
+record types, the demo's bytes, and the refusal of malformed input.
+
+    wire_tool_test.py PATH/TO/intfvelmor-wire PATH/TO/intfvelmor_demo
+"""
+import json
+import random
+import re
+import struct
+import subprocess
+import sys
+import unittest
+
+TOOL = DEMO = None
+
+
+def run(args, stdin="", binary=False):
+    """Runs the tool; a signal (a crash) fails the test at once."""
+    p = subprocess.run([TOOL] + args, input=stdin if binary else stdin.encode("latin-1"),
+                       capture_output=True, timeout=60)
+    if p.returncode < 0:
+        raise AssertionError(f"intfvelmor-wire {args} died of signal {-p.returncode}")
+    return p.returncode, p.stdout, p.stderr.decode("utf-8", "replace")
+
+
+def hexof(data):
+    return data.hex()
+
+
+def unhex(text):
+    return bytes.fromhex(re.sub(r"\s", "", text))
+
+
+def encode(args, doc):
+    rc, out, err = run(["encode"] + args, json.dumps(doc))
+    assert rc == 0, f"encode {args} failed: {err}"
+    return unhex(out.decode())
+
+
+def decode_json(args, data):
+    rc, out, err = run(["decode", "--json"] + args, hexof(data))
+    assert rc == 0, f"decode {args} failed ({rc}): {err}"
+    return json.loads(out)
+
+
+# ---- values from the schema that `list --json` gives ---------------------------------
+
+RANGES = {"u8": (0, 0xFF), "i8": (-128, 127), "u16": (0, 0xFFFF), "i16": (-32768, 32767),
+          "u32": (0, 0xFFFFFFFF), "u64": (0, 0xFFFFFFFFFFFFFFFF)}
+
+
+class Values:
+    """Makes JSON bodies for a record description: random, or at the limits."""
+
+    def __init__(self, schema, rng, mode="random"):
+        self.records = {r["name"]: r for r in schema["records"]}
+        self.rng, self.mode = rng, mode
+
+    def scalar(self, form):
+        lo, hi = RANGES[form]
+        if self.mode == "max":
+            return hi
+        if self.mode == "min":
+            return lo
+        return self.rng.choice([lo, hi, 0, 1, self.rng.randint(lo, hi)])
+
+    def text(self, capacity):
+        n = capacity - 1 if self.mode == "max" else self.rng.randint(0, min(capacity - 1, 40))
+        if self.mode == "min":
+            n = 0
+        # Any byte but NUL travels; bytes above 0x7f are written \u0080..\u00ff.
+        return "".join(chr(self.rng.choice([self.rng.randint(0x20, 0x7E), self.rng.randint(1, 0xFF)]))
+                       for _ in range(n))
+
+    def members(self, fields):
+        body = {}
+        for f in fields:
+            form = f["form"]
+            if form == "text":
+                body[f["name"]] = self.text(f["capacity"])
+            elif form == "record":
+                body[f["name"]] = self.record(f["type"])
+            elif form == "table":
+                body[f["name"]] = [self.record(f["element"]) for _ in range(f["size"])]
+            elif form == "array":
+                cmax = RANGES[f["count"]["form"]][1]
+                if self.mode == "max":  # a count above the bound travels unchanged
+                    count = min(f["max"] + 1, cmax)
+                elif self.mode == "min":
+                    count = 0
+                else:
+                    count = self.rng.choice([0, 1, self.rng.randint(0, min(f["max"], 3))])
+                n = min(count, f["max"])
+                elem = f["element"]
+                body[f["count"]["name"]] = count
+                body[f["name"]] = [self.scalar("u32") if elem == "u32" else self.record(elem)
+                                   for _ in range(n)]
+            else:
+                body[f["name"]] = self.scalar(form)
+        return body
+
+    def record(self, name):
+        return self.members(self.records[name]["members"])
+
+
+def item_offsets(tree):
+    """Offsets of the items in a decode tree (every '@xxxx' column)."""
+    return sorted({int(m, 16) for m in re.findall(r" @([0-9a-f]{4,})  ", tree)})
+
+
+def stopped_at(err):
+    m = re.search(r"at offset:\s+(\d+)", err)
+    return int(m.group(1)) if m else None
+
+
+# ---- bytes built by hand, item by item ---------------------------------------------------
+
+def scalar_item(tag, value):
+    return struct.pack(">III", tag, 4, value & 0xFFFFFFFF)
+
+
+def text_item(tag, text):
+    n = len(text)
+    length = ((n + 1) & ~3) + 4
+    return struct.pack(">II", tag, length) + text + b"\0" * (length - n)
+
+
+def frame(magic, stamp):
+    return scalar_item(0, magic) + scalar_item(1, stamp)
+
+
+CCA_RES = frame(0x29190165, 0) + b"".join(scalar_item(3 + i, i + 1) for i in range(5))
+
+
+class Catalogue(unittest.TestCase):
+    def test_list_names_every_message_and_record_type(self):
+        rc, out, _ = run(["list"])
+        self.assertEqual(rc, 0)
+        text = out.decode()
+        for name in ("getAssocDevStats", "GetCCAStatistic", "0x29190166", "beaconReport",
+                     "MeshTUKClientsLowRSSI", "BandSteeringCfg", "Record types (75)"):
+            self.assertIn(name, text)
+        self.assertEqual(len(SCHEMA["messages"]), 17)
+        self.assertEqual(len(SCHEMA["records"]), 75)
+        self.assertEqual(sum(m["notification"] for m in SCHEMA["messages"]), 3)
+
+
+class DemoBytes(unittest.TestCase):
+    """The demo's every crossing, as the library serialized it."""
+
+    @classmethod
+    def setUpClass(cls):
+        out = subprocess.run([DEMO, "--json"], capture_output=True, text=True, check=True).stdout
+        cls.exchanges = [e for e in map(json.loads, out.splitlines()) if "seq" in e]
+
+    def test_every_body_of_the_demo_decodes_to_its_values_and_encodes_back_exactly(self):
+        bodies = set()
+        for e in self.exchanges:
+            kind = "req" if e["bodyType"] == 0 else "res"
+            data = bytes.fromhex(e["bytes"])
+            with self.subTest(message=e["message"], type=kind):
+                got = decode_json(["--message", e["message"], "--type", kind], data)
+                self.assertEqual(got, {"message": e["message"], "type": kind, "body": e["values"]})
+                self.assertEqual(encode([], got), data)
+                bodies.add((e["message"], kind))
+        self.assertEqual(len(bodies), 31)  # 14 requests, 14 responses, 3 notifications
+
+    def test_recognition_without_a_name_finds_the_message(self):
+        for e in self.exchanges:
+            kind = "req" if e["bodyType"] == 0 else "res"
+            with self.subTest(message=e["message"], type=kind):
+                rc, out, err = run(["decode", "--json"], e["bytes"])
+                self.assertEqual(rc, 0, err)
+                got = json.loads(out)
+                got = got if isinstance(got, list) else [got]
+                self.assertIn({"message": e["message"], "type": kind, "body": e["values"]}, got)
+
+    def test_the_tree_lines_up_with_the_bytes(self):
+        for e in self.exchanges[:6]:
+            kind = "req" if e["bodyType"] == 0 else "res"
+            rc, out, err = run(["decode", "-m", e["message"], "-t", kind, "--dump"], e["bytes"])
+            self.assertEqual(rc, 0, err)
+            tree = out.decode()
+            self.assertIn(f"body type {e['bodyType']}, {e['size']} bytes", tree)
+            # The first member starts right after the frame's two items.
+            self.assertRegex(tree, r"stamp\s+#1\s+@000c")
+            self.assertTrue(all(o < e["size"] for o in item_offsets(tree)))
+
+    def test_every_cut_of_a_body_is_refused_at_the_item_it_cuts(self):
+        # Each prefix stops the library at the item holding the cut, and the
+        # tool reports that item's start.
+        picks = [e for e in self.exchanges
+                 if e["message"] in ("configureAccessPoint", "getAssocDevStats", "beaconRequest",
+                                     "selectAndCreateRadio", "meshTUKClientsLowRSSI")]
+        for e in picks:
+            kind = "req" if e["bodyType"] == 0 else "res"
+            data = bytes.fromhex(e["bytes"])
+            _, out, _ = run(["decode", "-m", e["message"], "-t", kind], e["bytes"])
+            starts = item_offsets(out.decode())
+            cuts = sorted(set(range(1, len(data), 7)) | set(starts[1:]))
+            for cut in cuts:
+                with self.subTest(message=e["message"], type=kind, cut=cut):
+                    rc, _, err = run(["decode", "-m", e["message"], "-t", kind], hexof(data[:cut]))
+                    self.assertEqual(rc, 1)
+                    self.assertEqual(stopped_at(err), max(s for s in starts if s <= cut), err)
+                    self.assertIn("[INTFVELMOR] -> ", err)
+
+    def test_damaged_bodies_never_crash_the_tool(self):
+        rng = random.Random(7)
+        for e in self.exchanges[::3]:
+            data = bytearray.fromhex(e["bytes"])
+            for _ in range(12):
+                bad = bytearray(data)
+                for _ in range(rng.randint(1, 4)):
+                    bad[rng.randrange(len(bad))] = rng.randrange(256)
+                rc, _, err = run(["decode"], hexof(bad))
+                self.assertIn(rc, (0, 1), err)
+                if rc == 1 and "does not decode" in err:
+                    self.assertRegex(err, r"refused with code \d")
+
+
+class RoundTrips(unittest.TestCase):
+    """encode(JSON) -> bytes -> decode --json gives the same JSON back."""
+
+    def round_trip(self, args, body, envelope):
+        data = encode(args, body)
+        back = decode_json(args, data)
+        self.assertEqual(back, dict(envelope, body=body))
+        return data
+
+    def test_every_message_both_bodies(self):
+        rng = random.Random(1)
+        for m in SCHEMA["messages"]:
+            for kind in (("req",) if m["notification"] else ("req", "res")):
+                for mode in ("min", "random", "random", "max"):
+                    body = Values(SCHEMA, rng, mode).members(m[kind])
+                    with self.subTest(message=m["name"], type=kind, mode=mode):
+                        args = ["--message", m["name"], "--type", kind]
+                        data = self.round_trip(args, body, {"message": m["name"], "type": kind})
+                        self.assertEqual(data[:8], struct.pack(">II", 0, 4))
+                        self.assertEqual(int.from_bytes(data[8:12], "big"), int(m["magic"], 16))
+                        self.assertEqual(int.from_bytes(data[20:24], "big"), m["stamp"])
+
+    def test_record_types(self):
+        rng = random.Random(2)
+        sample = SCHEMA["records"][::2] + [r for r in SCHEMA["records"]
+                                           if r["name"] in ("APCfg", "BandSteeringCfg",
+                                                            "RadioCapacity", "channelReport")]
+        for r in sample:
+            for mode in ("min", "random", "max"):
+                body = Values(SCHEMA, rng, mode).record(r["name"])
+                with self.subTest(record=r["name"], mode=mode):
+                    self.round_trip(["--record", r["name"]], body, {"record": r["name"]})
+
+    def test_templates_are_what_encode_reads(self):
+        for args in (["--record", "APCfg"], ["-m", "createAccessPoint", "-t", "res"],
+                     ["-m", "beaconReport"]):
+            rc, out, err = run(["template"] + args)
+            self.assertEqual(rc, 0, err)
+            doc = json.loads(out)
+            named = (["-m", doc["message"], "-t", doc["type"]] if "message" in doc
+                     else ["-r", doc["record"]])
+            self.assertEqual(decode_json(named, encode([], doc)), doc)
+
+
+class WireExamples(unittest.TestCase):
+    """Bytes given by hand, item by item."""
+
+    def test_records(self):
+        self.assertEqual(encode(["-r", "AftSta"], {"v3": 1, "v4": 2, "v5": 3, "mac": "ab"}),
+                         scalar_item(3, 1) + scalar_item(4, 2) + scalar_item(5, 3)
+                         + text_item(6, b"ab"))
+        self.assertEqual(encode(["-r", "Timestamp"], {"v3": 5, "v4": 7}).hex(),
+                         "0000000000000003" "0000000000000008" "0000000000000005"
+                         "000000040000000400000007")
+        # i8 -2 sign-extended; an empty text is 12 bytes; 17 characters take L = 20.
+        self.assertEqual(encode(["-r", "RadioDef"], {"s3": "", "mac": "a" * 17, "v5": -2}),
+                         text_item(3, b"") + text_item(4, b"a" * 17) + scalar_item(5, -2))
+        self.assertEqual(len(text_item(3, b"")), 12)
+
+    def test_messages(self):
+        self.assertEqual(encode(["-m", "getCCAStatistic", "-t", "req"], {}),
+                         frame(0x29190165, 0))
+        self.assertEqual(encode(["-m", "getCCAStatistic", "-t", "res"],
+                                {"res": {"v3": 1, "v4": 2, "v5": 3, "v6": 4, "v7": 5}}), CCA_RES)
+        self.assertEqual(encode(["-m", "meshTUKExtenderPairing"], {"value": 5}),
+                         frame(0x13531940, 1) + scalar_item(3, 5))
+        self.assertEqual(encode(["-m", "beaconReport"], {"mac": "ab", "value1": -1, "value2": 2}),
+                         frame(0x24582563, 0) + text_item(3, b"ab") + scalar_item(4, -1)
+                         + scalar_item(5, 2))
+        self.assertEqual(encode(["-m", "configureQTNBackHaulWPS", "-t", "res"], {"status": 7}),
+                         frame(0x20170788, 0) + scalar_item(3, 7))
+
+    def test_shared_magic_and_stamp_lists_every_fitting_candidate(self):
+        # An empty station list is both a getAssocDevStats request and response.
+        data = frame(0x29170612, 1) + scalar_item(3, 0)
+        rc, out, err = run(["decode", "--json"], hexof(data))
+        self.assertEqual(rc, 0, err)
+        self.assertEqual({(d["message"], d["type"]) for d in json.loads(out)},
+                         {("getAssocDevStats", "req"), ("getAssocDevStats", "res")})
+        self.assertIn("2 candidates fit", err)
+        self.assertRegex(err, r"getTemporarilyBlackList request\s+decodes, but leaves 12 bytes")
+        # Naming the message and type settles it.
+        self.assertEqual(decode_json(["-m", "getAssocDevStats", "-t", "res"], data)["body"],
+                         {"res": {"devicesCount": 0, "devices": []}})
+
+    def test_non_canonical_items_decode_with_a_note(self):
+        # A scalar item whose length says 8 is read by its first four bytes.
+        data = struct.pack(">IIII", 3, 8, 1, 0xDEAD) + b"".join(
+            scalar_item(4 + i, 2 + i) for i in range(4))
+        rc, out, err = run(["decode", "--json", "-r", "ccaStats"], hexof(data))
+        self.assertEqual(rc, 0, err)
+        self.assertEqual(json.loads(out)["body"], {"v3": 1, "v4": 2, "v5": 3, "v6": 4, "v7": 5})
+        self.assertIn("encodes these values differently from offset 7", err)
+
+
+class MalformedBytes(unittest.TestCase):
+    def refused(self, args, data, code):
+        rc, out, err = run(["decode"] + args, data if isinstance(data, str) else hexof(data))
+        self.assertEqual(rc, 1, err)
+        self.assertIn(f"refused with code {code}", err)
+        return err
+
+    def test_wrong_tag_in_a_record(self):
+        data = scalar_item(3, 1) + scalar_item(4, 2) + scalar_item(9, 3) + scalar_item(6, 4)
+        err = self.refused(["-r", "ccaStats"], data, 4)
+        self.assertRegex(err, r"failing item: v5 \(u32, item #5\)")
+        self.assertEqual(stopped_at(err), 24)
+        self.assertRegex(err, r"intfVelmor_ccaStats_unserialize\(\d+\): pBody\(0x[0-9a-f]+\): "
+                              r"Tl\(9-4\) expectded\(5\)\s+\[pBody = input\+0x0\]")
+        self.assertEqual(re.findall(r"Type\((\d+)\) -> Error Before", err), ["6", "7"])
+
+    def test_wrong_tag_inside_a_body(self):
+        data = bytearray(CCA_RES)
+        data[48:52] = struct.pack(">I", 9)
+        err = self.refused(["-m", "getCCAStatistic", "-t", "res"], bytes(data), 4)
+        self.assertIn("failing item: res.v5", err)
+        self.assertEqual(stopped_at(err), 48)
+        self.assertIn("[pBody = input+0x18]", err)
+
+    def test_text_too_long_for_its_field(self):
+        data = frame(0x20171010, 1) + text_item(3, b"a" * 18) + scalar_item(4, 300)
+        err = self.refused(["-m", "temporarilyBlackList", "-t", "req"], data, 4)
+        self.assertIn("failing item: mac (char[18], item #3)", err)
+        self.assertEqual(stopped_at(err), 24)
+        self.assertIn("lgChainIn(19) lgMaxChainOut(18)", err)
+        self.assertEqual(re.findall(r"Type\((\d+)\) -> Error Before", err), ["4"])
+
+    def test_frame_refusals(self):
+        # getCCAStatistic carries stamp 0: a 1 there is refused without a line.
+        err = self.refused(["-m", "getCCAStatistic", "-t", "req"], frame(0x29190165, 1), 2)
+        self.assertIn("failing item: stamp (frame item 1)", err)
+        self.assertIn("item 1 holds 1, getCCAStatistic carries 0", err)
+        self.assertEqual(stopped_at(err), 12)
+        self.assertIn("library log:  (no line)", err)
+        err = self.refused(["-m", "getCCAStatistic", "-t", "req"], frame(0x29170612, 1), 2)
+        self.assertIn("Check Magic[INTFVELMOR_MAGIC_MSGCMD_GETCCASTATISTIC-29190165]", err)
+        bad = scalar_item(5, 0x29190165) + scalar_item(1, 0)
+        err = self.refused(["-m", "getCCAStatistic", "-t", "req"], bad, 2)
+        self.assertIn("Tl(5-4) expectded(0)", err)
+        self.assertIn("Type(1) -> Error Before", err)
+        rc, _, err = run(["decode"], hexof(frame(0x12345678, 0)))
+        self.assertEqual(rc, 1)
+        self.assertIn("no message has magic 0x12345678 with stamp 0", err)
+
+    def test_bounded_reads(self):
+        err = self.refused(["-r", "ccaStats"], scalar_item(3, 1) + struct.pack(">III", 4, 256, 2), 4)
+        self.assertIn("Tl(4-256) -> Beyond end(4)", err)
+        self.assertEqual(stopped_at(err), 12)
+        err = self.refused(["-r", "RadioDef"], struct.pack(">II", 3, 4) + b"abcd", 4)
+        self.assertIn("-> No NUL", err)
+        err = self.refused(["-r", "Timestamp"], struct.pack(">QI", 3, 8), 4)
+        self.assertIn("Type(3) -> Truncated(12)", err)
+        self.assertIn("failing item: v3 (u64, item #3)", err)
+
+    def test_trailing_bytes_are_reported(self):
+        rc, out, err = run(["decode", "-r", "ccaStats"], hexof(CCA_RES[24:] + b"\xff"))
+        self.assertEqual(rc, 1)
+        self.assertIn("1 byte after offset 60 (0x3c) not read", err)
+
+    def test_hex_input(self):
+        for text, message in (("00 0", "odd number of hex digits"),
+                              ("00 00\n00 zz", "'z' at line 2, column 4 is not a hex digit"),
+                              ("", "no bytes to decode")):
+            rc, _, err = run(["decode"], text)
+            self.assertEqual(rc, 1)
+            self.assertIn(message, err)
+        # Separators are only separators; --binary takes bytes as they are.
+        spaced = "|".join(CCA_RES[i:i + 4].hex(":") for i in range(0, len(CCA_RES), 4))
+        self.assertEqual(decode_json(["-m", "getCCAStatistic", "-t", "res"], CCA_RES),
+                         json.loads(run(["decode", "--json", "-m", "getCCAStatistic", "-t", "res"],
+                                        spaced)[1]))
+        rc, out, _ = run(["decode", "--binary", "--json", "-r", "ccaStats"], CCA_RES[24:], True)
+        self.assertEqual((rc, json.loads(out)["body"]["v7"]), (0, 5))
+
+
+class MalformedJson(unittest.TestCase):
+    CASES = [
+        (["-r", "ccaStats"], '{"v3": ', 1, "not JSON"),
+        (["-r", "ccaStats"], "[1, 2]", 1, "ccaStats: expected an object (ccaStats), got an array"),
+        (["-r", "ccaStats"], '{"v3": 1, "v9": 2}', 1, "ccaStats.v9: ccaStats has no such member"),
+        (["-r", "APCfg"], '{"v4": 300}', 1, "APCfg.v4: 300 is out of range for u8"),
+        (["-r", "ccaStats"], '{"v3": -1}', 1, "ccaStats.v3: -1 is out of range for u32"),
+        (["-r", "ccaStats"], '{"v3": 4294967296}', 1, "4294967296 is out of range for u32"),
+        (["-r", "Timestamp"], '{"v3": 18446744073709551616}', 1, "Timestamp.v3: expected an integer"),
+        (["-r", "RadioDef"], '{"v5": -129}', 1, "RadioDef.v5: -129 is out of range for i8"),
+        (["-r", "EPCapacity"], '{"v4": 32768}', 1, "EPCapacity.v4: 32768 is out of range for i16"),
+        (["-r", "ccaStats"], '{"v3": 1.5}', 1, "got 1.5"),
+        (["-r", "ccaStats"], '{"v3": "1"}', 1, "got a string"),
+        (["-r", "ccaStats"], '{"v3": true}', 1, "ccaStats.v3: expected an integer"),
+        (["-r", "APCfg"], '{"apSecCfg": {"key": "%s"}}' % ("k" * 65), 1,
+         "APCfg.apSecCfg.key: text of 65 characters is longer than the 64 that fit (char[65])"),
+        (["-m", "configureAccessPoint", "-t", "req"], '{"cfg": {"apSecCfg": {"key": "%s"}}}'
+         % ("k" * 65), 1, "configureAccessPoint.cfg.apSecCfg.key: text of 65 characters"),
+        (["-r", "MacDef"], '{"mac": 5}', 1, "MacDef.mac: expected a string (char[18])"),
+        (["-r", "MacDef"], '{"mac": "\\u0100"}', 1, "MacDef.mac: character U+0100 is not a byte"),
+        (["-r", "MacDef"], '{"mac": "a\\u0000b"}', 1, "MacDef.mac: a text cannot hold a NUL"),
+        (["-r", "assocDevListReq"], '{"devicesCount": 3, "devices": [{"mac": "a"}]}', 1,
+         "assocDevListReq.devices: devicesCount 3 makes 3 elements travel, 1 given"),
+        (["-r", "channelReport"], '{"channelsCount": 256}', 1,
+         "channelReport.channelsCount: 256 is out of range for u8"),
+        (["-r", "AftConfig"], '{"stations": %s}' % json.dumps([{}] * 11), 1,
+         "AftConfig.stations: 11 elements, at most 10 travel"),
+        (["-r", "BandSteeringCfg"], '{"itfCfgs": %s}' % json.dumps([{}] * 9), 1,
+         "BandSteeringCfg.itfCfgs: 9 elements, a table holds 8"),
+        (["-r", "assocDevListReq"], '{"devices": [{"mac": "a", "v4": [1]}]}', 1,
+         "assocDevListReq.devices[0].v4: expected an integer (u8, 0..255), got an array"),
+        (["-m", "getCCAStatistic", "-t", "req"], '{"x": 1}', 1, "the request has no members"),
+        (["-m", "getChannelCreated"], '{"message": "getCCAStatistic", "type": "res", "body": {}}', 1,
+         "envelope: names message getCCAStatistic, the command line another"),
+        ([], '{"message": "getCCAStatistic", "type": "res", "body": {}, "x": 1}', 1,
+         "envelope: unknown key 'x'"),
+        ([], '{"message": "nothing", "body": {}}', 1, "envelope: no message is named 'nothing'"),
+        ([], '{"v3": 1}', 2, "encode needs --message NAME --type req|res or --record TYPE"),
+        (["-m", "getCCAStatistic"], "{}", 2, "say --type req or --type res"),
+        (["-m", "beaconReport", "-t", "res"], "{}", 2, "beaconReport is a notification"),
+        (["-r", "NoSuchType"], "{}", 2, "no record type is named 'NoSuchType'"),
+    ]
+
+    def test_rejections_name_the_field(self):
+        for args, text, code, message in self.CASES:
+            with self.subTest(args=args, text=text[:40]):
+                rc, out, err = run(["encode"] + args, text)
+                self.assertEqual(rc, code, err)
+                self.assertIn(message, err)
+                self.assertEqual(out, b"")
+
+    def test_limits_that_still_fit(self):
+        self.assertEqual(encode(["-r", "ccaStats"], {"v3": 4294967295})[8:12], b"\xff" * 4)
+        self.assertEqual(encode(["-r", "RadioDef"], {"v5": -128})[-4:], b"\xff\xff\xff\x80")
+        self.assertEqual(len(encode(["-r", "APCfg"], {"apSecCfg": {"key": "k" * 64}})),
+                         len(encode(["-r", "APCfg"], {})) + 64)
+        # Bytes above 0x7f are characters U+0080..U+00FF, one byte each.
+        self.assertEqual(encode(["-r", "MacDef"], {"mac": "\u00e9"}), text_item(3, b"\xe9"))
+
+
+def main():
+    global TOOL, DEMO, SCHEMA
+    TOOL, DEMO = sys.argv[1], sys.argv[2]
+    SCHEMA = json.loads(subprocess.run([TOOL, "list", "--json"], capture_output=True,
+                                       check=True).stdout)
+    result = unittest.main(argv=[sys.argv[0], "-v"], exit=False).result
+    failed = len(result.failures) + len(result.errors)
+    print(f"{result.testsRun - failed} passed, {failed} failed")
+    sys.exit(1 if failed else 0)
+
+
+if __name__ == "__main__":
+    main()
