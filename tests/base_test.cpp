@@ -14,13 +14,6 @@ using namespace ivtest;
 
 namespace {
 
-std::string at(const void *p)
-{
-    char b[32];
-    snprintf(b, sizeof b, "%p", p);
-    return b;
-}
-
 const std::string kBase = at(&intfVelmor_base);
 
 class Base : public LogTest {

@@ -21,13 +21,6 @@ namespace ivtest {
 using Bytes = std::vector<uint8_t>;
 using Strings = std::vector<std::string>;
 
-inline std::string at(const void *p)
-{
-    char b[32];
-    snprintf(b, sizeof b, "%p", p);
-    return b;
-}
-
 inline Bytes operator+(Bytes a, const Bytes &b)
 {
     a.insert(a.end(), b.begin(), b.end());

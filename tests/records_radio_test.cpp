@@ -12,7 +12,6 @@ using namespace ivtest;
 namespace {
 
 using Bytes = std::vector<uint8_t>;
-using Lines = std::vector<std::string>;
 
 // ---- wire building and log expectations ---------------------------------------
 
@@ -98,43 +97,21 @@ Bytes item(uint32_t tag, uint32_t v)
     return b;
 }
 
-std::string at(const void *p)
-{
-    char b[32];
-    snprintf(b, sizeof b, "%p", p);
-    return b;
-}
-
-std::string fn(const char *type) { return std::string("intfVelmor_") + type + "_unserialize"; }
-
 std::string tl(const char *type, const void *base, unsigned long long tag, unsigned long long len,
                unsigned expected)
 {
-    return fn(type) + ": pBody(" + at(base) + "): Tl(" + std::to_string(tag) + "-" +
-           std::to_string(len) + ") expectded(" + std::to_string(expected) + ")\n";
+    return tlLine(unserializeFn(type), base, tag, len, expected);
 }
 
 std::string tooLong(const char *type, int in, int max)
 {
-    return fn(type) + ": lgChainIn(" + std::to_string(in) + ") lgMaxChainOut(" +
-           std::to_string(max) + ")\n";
+    return tooLongLine(unserializeFn(type), in, max);
 }
 
 // "Error Before" for each tag from `from` to `to`, `times` times each.
 Lines before(const char *type, const void *base, int from, int to, int times = 1)
 {
-    Lines l;
-    for (int t = from; t <= to; ++t)
-        for (int i = 0; i < times; ++i)
-            l.push_back(fn(type) + ": pBody(" + at(base) + "): Type(" + std::to_string(t) +
-                        ") -> Error Before\n");
-    return l;
-}
-
-Lines operator+(Lines a, const Lines &b)
-{
-    a.insert(a.end(), b.begin(), b.end());
-    return a;
+    return errorBeforeLines(unserializeFn(type), base, from, to, times);
 }
 
 // A text item's characters minus the pad term: n - ((n + 1) & 3).

@@ -10,44 +10,23 @@ using namespace ivtest;
 
 namespace {
 
-using Lines = std::vector<std::string>;
-
-std::string at(const void *p)
-{
-    char b[32];
-    snprintf(b, sizeof b, "%p", p);
-    return b;
-}
-
-std::string fn(const char *type) { return std::string("intfVelmor_") + type + "_unserialize"; }
+std::string fn(const char *type) { return unserializeFn(type); }
 
 std::string tl(const char *type, const void *base, unsigned long long tag, unsigned long long len,
                unsigned expected)
 {
-    return fn(type) + ": pBody(" + at(base) + "): Tl(" + std::to_string(tag) + "-" +
-           std::to_string(len) + ") expectded(" + std::to_string(expected) + ")\n";
+    return tlLine(unserializeFn(type), base, tag, len, expected);
 }
 
 // "Error Before" lines for tags from..to of one record level.
 Lines before(const char *type, const void *base, int from, int to)
 {
-    Lines out;
-    for (int t = from; t <= to; ++t)
-        out.push_back(fn(type) + ": pBody(" + at(base) + "): Type(" + std::to_string(t) +
-                      ") -> Error Before\n");
-    return out;
-}
-
-Lines operator+(Lines a, const Lines &b)
-{
-    a.insert(a.end(), b.begin(), b.end());
-    return a;
+    return errorBeforeLines(unserializeFn(type), base, from, to);
 }
 
 std::string chain(const char *type, int in, int cap)
 {
-    return fn(type) + ": lgChainIn(" + std::to_string(in) + ") lgMaxChainOut(" +
-           std::to_string(cap) + ")\n";
+    return tooLongLine(unserializeFn(type), in, cap);
 }
 
 uint32_t u32at(const std::vector<uint8_t> &b, size_t off)

@@ -95,6 +95,51 @@ std::string toHex(const uint8_t *p, size_t n)
     return s;
 }
 
+std::string at(const void *p)
+{
+    char b[32];
+    snprintf(b, sizeof b, "%p", p);
+    return b;
+}
+
+std::string unserializeFn(const char *type)
+{
+    return std::string("intfVelmor_") + type + "_unserialize";
+}
+
+std::string tlLine(const std::string &fn, const void *base, unsigned long long tag,
+                   unsigned long long len, unsigned expected)
+{
+    return fn + ": pBody(" + at(base) + "): Tl(" + std::to_string(tag) + "-" +
+           std::to_string(len) + ") expectded(" + std::to_string(expected) + ")\n";
+}
+
+std::string errorBeforeLine(const std::string &fn, const void *base, int tag)
+{
+    return fn + ": pBody(" + at(base) + "): Type(" + std::to_string(tag) + ") -> Error Before\n";
+}
+
+Lines errorBeforeLines(const std::string &fn, const void *base, int from, int to, int times)
+{
+    Lines out;
+    for (int t = from; t <= to; ++t)
+        for (int i = 0; i < times; ++i)
+            out.push_back(errorBeforeLine(fn, base, t));
+    return out;
+}
+
+std::string tooLongLine(const std::string &fn, int in, int cap)
+{
+    return fn + ": lgChainIn(" + std::to_string(in) + ") lgMaxChainOut(" + std::to_string(cap) +
+           ")\n";
+}
+
+Lines operator+(Lines a, const Lines &b)
+{
+    a.insert(a.end(), b.begin(), b.end());
+    return a;
+}
+
 }  // namespace ivtest
 
 // The library logs through syslog; the tests read what it would have sent.

@@ -29,6 +29,18 @@ std::vector<uint8_t> hex(const std::string &text);
 std::string toHex(const uint8_t *p, size_t n);
 inline std::string toHex(const std::vector<uint8_t> &v) { return toHex(v.data(), v.size()); }
 
+// Expected log lines, as lines() renders them ("fn: text").
+using Lines = std::vector<std::string>;
+std::string at(const void *p);  // a pointer as %p prints it
+std::string unserializeFn(const char *type);  // "intfVelmor_<type>_unserialize"
+std::string tlLine(const std::string &fn, const void *base, unsigned long long tag,
+                   unsigned long long len, unsigned expected);
+std::string errorBeforeLine(const std::string &fn, const void *base, int tag);
+// "Error Before" for each tag from..to, `times` lines each.
+Lines errorBeforeLines(const std::string &fn, const void *base, int from, int to, int times = 1);
+std::string tooLongLine(const std::string &fn, int in, int cap);
+Lines operator+(Lines a, const Lines &b);
+
 // Base fixture: every test starts with an empty log.
 class LogTest : public ::testing::Test {
 protected:

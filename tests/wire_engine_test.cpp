@@ -11,23 +11,14 @@ using namespace ivtest;
 
 namespace {
 
-std::string at(const void *p)
-{
-    char b[32];
-    snprintf(b, sizeof b, "%p", p);
-    return b;
-}
-
 std::string tl(const char *fn, const void *base, unsigned tag, unsigned len, unsigned expected)
 {
-    return std::string(fn) + ": pBody(" + at(base) + "): Tl(" + std::to_string(tag) + "-" +
-           std::to_string(len) + ") expectded(" + std::to_string(expected) + ")\n";
+    return tlLine(fn, base, tag, len, expected);
 }
 
 std::string before(const char *fn, const void *base, int tag)
 {
-    return std::string(fn) + ": pBody(" + at(base) + "): Type(" + std::to_string(tag) +
-           ") -> Error Before\n";
+    return errorBeforeLine(fn, base, tag);
 }
 
 class Engine : public LogTest {};
