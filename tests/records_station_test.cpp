@@ -10,8 +10,6 @@ using namespace ivtest;
 
 namespace {
 
-std::string fn(const char *type) { return unserializeFn(type); }
-
 std::string tl(const char *type, const void *base, unsigned long long tag, unsigned long long len,
                unsigned expected)
 {
