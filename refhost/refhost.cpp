@@ -13,6 +13,8 @@
 
 #include <dlfcn.h>
 
+#include <initializer_list>
+
 #include <cstdlib>
 #include <map>
 #include <string>
@@ -107,6 +109,19 @@ struct State {
 
 // Whatever a program leaves held at exit shows up as lost in a leak check.
 State g;
+
+// The words of the last call of each host function, as the library passed them.
+refhost_callWords lastWords[REFHOST_CALL_COUNT];
+
+void record(refhost_call c, std::initializer_list<uint32_t> words, const char *text = nullptr)
+{
+    refhost_callWords &r = lastWords[c];
+    r = refhost_callWords{};
+    for (uint32_t w : words)
+        if (r.count < sizeof r.words / sizeof r.words[0])
+            r.words[r.count++] = w;
+    r.text = text;
+}
 
 uint32_t takeFault(refhost_call c)
 {
@@ -354,6 +369,11 @@ void putMethod(std::vector<Method> &list, const Method &m)
 
 extern "C" {
 
+refhost_callWords refhost_lastWords(refhost_call which)
+{
+    return which < REFHOST_CALL_COUNT ? lastWords[which] : refhost_callWords{};
+}
+
 /* ---- event loop ---------------------------------------------------------- */
 
 uint32_t tick_addEvtBase(tick_evtFn cb, void *ctx)
@@ -375,8 +395,9 @@ void refhost_deliverEvent(int32_t event)
 
 /* ---- managements --------------------------------------------------------- */
 
-uint16_t tolkCore_getBase_msgMngt(const char *, tolkCore_mngt **record, uint32_t count)
+uint16_t tolkCore_getBase_msgMngt(const char *name, tolkCore_mngt **record, uint32_t count)
 {
+    ::record(REFHOST_CALL_GET_BASE_MSG_MNGT, {count}, name);
     uint32_t fault = takeFault(REFHOST_CALL_GET_BASE_MSG_MNGT);
     if (!record || fault == kNoMngt || count > kMaxEntries)
         return kNoMngt;
@@ -399,8 +420,9 @@ uint16_t tolkCore_getBase_msgMngt(const char *, tolkCore_mngt **record, uint32_t
     return num;
 }
 
-uint32_t tolkCore_putBase_msgMngt(uint16_t mngtNum, uint32_t)
+uint32_t tolkCore_putBase_msgMngt(uint16_t mngtNum, uint32_t zero)
 {
+    record(REFHOST_CALL_PUT_BASE_MSG_MNGT, {mngtNum, zero});
     if (uint32_t rc = takeFault(REFHOST_CALL_PUT_BASE_MSG_MNGT))
         return rc;
     if (!findMngt(mngtNum))
@@ -461,8 +483,9 @@ int refhost_isUserRegistered(void *user, uint16_t mngtNum)
 }
 
 uint32_t tolkIntf_regUser_msgMngt(void *user, uint32_t word, void *ref, uint32_t mngtNum,
-                                  uint32_t, uint32_t)
+                                  uint32_t none, uint32_t zero)
 {
+    record(REFHOST_CALL_REG_USER, {word, mngtNum, none, zero});
     if (uint32_t rc = takeFault(REFHOST_CALL_REG_USER))
         return rc;
     User *u = findUser(user);
@@ -480,8 +503,9 @@ uint32_t tolkIntf_regUser_msgMngt(void *user, uint32_t word, void *ref, uint32_t
     return 0;
 }
 
-uint32_t tolkIntf_unregUser_msgMngt(void *user, uint32_t mngtNum, uint32_t, uint32_t)
+uint32_t tolkIntf_unregUser_msgMngt(void *user, uint32_t mngtNum, uint32_t none, uint32_t zero)
 {
+    record(REFHOST_CALL_UNREG_USER, {mngtNum, none, zero});
     if (uint32_t rc = takeFault(REFHOST_CALL_UNREG_USER))
         return rc;
     User *u = findUser(user);
@@ -497,9 +521,10 @@ uint32_t tolkIntf_unregUser_msgMngt(void *user, uint32_t mngtNum, uint32_t, uint
     return REFHOST_ERR_USER;
 }
 
-void *tolkIntf_findSrvMthdNtfyUser(int32_t a, uint32_t, const char *intfName, uint32_t c,
-                                   uint32_t)
+void *tolkIntf_findSrvMthdNtfyUser(int32_t a, uint32_t b, const char *intfName, uint32_t c,
+                                   uint32_t d)
 {
+    record(REFHOST_CALL_FIND_SRV_MTHD_NTFY_USER, {(uint32_t)a, b, c, d}, intfName);
     if (takeFault(REFHOST_CALL_FIND_SRV_MTHD_NTFY_USER))
         return nullptr;
     const std::vector<Method> *list = a == 0 ? &g.methods : a == 1 ? &g.subs : nullptr;
@@ -542,8 +567,10 @@ void *refhost_fromToken(uint32_t token)
 
 uint32_t tolkIntf_modSrv_mthd(void *user, uint32_t word1, uint32_t word2, uint32_t word3,
                               uint32_t mthdMagic, const char *intfName, void *cmdBlock, void *,
-                              uint32_t index, uint32_t, uint32_t)
+                              uint32_t index, uint32_t none1, uint32_t none2)
 {
+    record(REFHOST_CALL_MOD_SRV_MTHD, {word1, word2, word3, mthdMagic, index, none1, none2},
+           intfName);
     if (uint32_t rc = takeFault(REFHOST_CALL_MOD_SRV_MTHD))
         return rc;
     User *u = findUser(user);
@@ -562,6 +589,7 @@ uint32_t tolkIntf_modCliNtfyUser_mthd(void *user, uint32_t word1, uint32_t word2
                                       const char *intfName, void *, void *ntfyBlock,
                                       uint32_t index)
 {
+    record(REFHOST_CALL_MOD_CLI_NTFY_USER_MTHD, {word1, word2, word3, mthdMagic, index}, intfName);
     if (uint32_t rc = takeFault(REFHOST_CALL_MOD_CLI_NTFY_USER_MTHD))
         return rc;
     User *u = findUser(user);
@@ -575,9 +603,11 @@ uint32_t tolkIntf_modCliNtfyUser_mthd(void *user, uint32_t word1, uint32_t word2
     return 0;
 }
 
-uint32_t tolkIntf_modSrv_ntfy_needUpdate(void *user, uint32_t, uint32_t, uint32_t, const char *,
-                                         void *, void *, uint32_t)
+uint32_t tolkIntf_modSrv_ntfy_needUpdate(void *user, uint32_t word1, uint32_t word2,
+                                         uint32_t word3, const char *intfName, void *, void *,
+                                         uint32_t index)
 {
+    record(REFHOST_CALL_MOD_SRV_NTFY_NEED_UPDATE, {word1, word2, word3, index}, intfName);
     if (uint32_t rc = takeFault(REFHOST_CALL_MOD_SRV_NTFY_NEED_UPDATE))
         return rc;
     User *u = findUser(user);
@@ -591,9 +621,11 @@ uint32_t tolkIntf_modSrv_ntfy_needUpdate(void *user, uint32_t, uint32_t, uint32_
 /* ---- requests and responses ---------------------------------------------- */
 
 uint32_t tolkCore_sendMsgReq_toNameUser(void *coreUser, void *body, void *recvRes, void *cbRes,
-                                        uint32_t word1, uint32_t, const char *srvName,
-                                        uint32_t mngtNum, uint32_t index, uint32_t, uint32_t)
+                                        uint32_t word1, uint32_t word2, const char *srvName,
+                                        uint32_t mngtNum, uint32_t index, uint32_t none,
+                                        uint32_t eighteen)
 {
+    record(REFHOST_CALL_SEND_MSG_REQ, {word1, word2, mngtNum, index, none, eighteen}, srvName);
     Entry e{};
     bool known = entryOf(mngtNum, index, &e);
     uint32_t rc = takeFault(REFHOST_CALL_SEND_MSG_REQ);
@@ -648,8 +680,9 @@ uint32_t tolkCore_isMsg_needRes(void *ctx)
     return (c && c->needRes && !c->ended && !c->inRecvRes) ? 0 : 1;
 }
 
-uint32_t tolkCore_sendMsgRes(void *ctx, void *body, uint32_t code, uint32_t)
+uint32_t tolkCore_sendMsgRes(void *ctx, void *body, uint32_t code, uint32_t eighteen)
 {
+    record(REFHOST_CALL_SEND_MSG_RES, {code, eighteen});
     uint32_t fault = takeFault(REFHOST_CALL_SEND_MSG_RES);
     Ctx *c = liveCtx(ctx);
     if (!c) {
@@ -712,10 +745,13 @@ uint32_t tolkCore_sendMsgRes(void *ctx, void *body, uint32_t code, uint32_t)
 
 /* ---- notifications ------------------------------------------------------- */
 
-uint32_t tolkIntf_sendReq_ntfy(void *user, void *body, uint32_t, uint32_t, uint32_t,
-                               uint32_t word1, uint32_t, const char *, uint32_t mngtNum,
-                               uint32_t index, uint32_t, uint32_t, uint32_t)
+uint32_t tolkIntf_sendReq_ntfy(void *user, void *body, uint32_t z1, uint32_t z2, uint32_t z3,
+                               uint32_t word1, uint32_t word2, const char *intfName,
+                               uint32_t mngtNum, uint32_t index, uint32_t z4, uint32_t z5,
+                               uint32_t eighteen)
 {
+    record(REFHOST_CALL_SEND_REQ_NTFY,
+           {z1, z2, z3, word1, word2, mngtNum, index, z4, z5, eighteen}, intfName);
     Entry e{};
     bool known = entryOf(mngtNum, index, &e);
     uint32_t rc = takeFault(REFHOST_CALL_SEND_REQ_NTFY);

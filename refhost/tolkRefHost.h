@@ -129,6 +129,16 @@ void *refhost_fromToken(uint32_t token);
 /* The next call of that host function fails with the code (0 cancels). */
 void refhost_failNext(refhost_call which, uint32_t code);
 
+/* The 32-bit words of the last call of a host function, in argument order
+ * (pointers left out), and its text argument (interface, service or block
+ * name) when it has one. Kept across refhost_reset. */
+typedef struct refhost_callWords {
+    uint32_t count;
+    uint32_t words[12];
+    const char *text;
+} refhost_callWords;
+refhost_callWords refhost_lastWords(refhost_call which);
+
 void refhost_setTrace(refhost_traceFn fn, void *arg);
 refhost_statsInfo refhost_stats(void);
 /* Last non-zero code sent through tolkCore_sendMsgRes, 0 if none. */
