@@ -102,27 +102,27 @@ const MsgDesc *const kCommands[] = {IV_COMMANDS(IV_CMD_PTR)};
     extern "C" IV_EXPORT uint32_t intfVelmor_modSrv_recvMsg_##X(void *user, uint32_t w1,      \
                                                                 uint32_t w2, uint32_t w3)     \
     {                                                                                         \
-        return iv::modSrv(ivMsg_##X, user, w1, w2, w3);                                       \
+        return iv::modSrv(user, w1, w2, w3, ivMsg_##X);                                       \
     }                                                                                         \
     extern "C" IV_EXPORT void intfVelmor_cbEvtMsgMngt_freeBody_msgCmd_##X(int32_t type,       \
                                                                           void *body)         \
     {                                                                                         \
-        iv::freeBody(ivMsg_##X, type, body);                                                  \
+        iv::freeBody(type, body, ivMsg_##X);                                                  \
     }                                                                                         \
     extern "C" IV_EXPORT uint32_t intfVelmor_cbEvtMsgMngt_serializeBody_msgCmd_##X(           \
         int32_t type, void *body, uint8_t **out, uint32_t *outLen)                            \
     {                                                                                         \
-        return iv::serializeBody(ivMsg_##X, type, body, out, outLen);                         \
+        return iv::serializeBody(type, body, out, outLen, ivMsg_##X);                         \
     }                                                                                         \
     extern "C" IV_EXPORT uint32_t intfVelmor_cbEvtMsgMngt_unserializeBody_msgCmd_##X(         \
         int32_t type, const uint8_t *bytes, void **out, uint32_t *outSize)                    \
     {                                                                                         \
-        return iv::unserializeBody(ivMsg_##X, type, bytes, nullptr, out, outSize);            \
+        return iv::unserializeBody(type, bytes, out, outSize, ivMsg_##X);                     \
     }                                                                                         \
     extern "C" IV_EXPORT void intfVelmor_cbEvtMsgMngt_logBody_msgCmd_##X(                     \
         uint32_t, uint32_t, uint32_t, char **outText)                                         \
     {                                                                                         \
-        iv::logBody(ivMsg_##X, outText);                                                      \
+        iv::logBody(outText, ivMsg_##X);                                                      \
     }
 
 IV_COMMAND(getAssocDevStats,

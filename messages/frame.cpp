@@ -157,7 +157,7 @@ BodyHead *recvRes(const MsgDesc &m, void *ctx, void *body)
     return b;
 }
 
-uint32_t modSrv(const MsgDesc &m, void *user, uint32_t w1, uint32_t w2, uint32_t w3)
+uint32_t modSrv(void *user, uint32_t w1, uint32_t w2, uint32_t w3, const MsgDesc &m)
 {
     uint32_t rc = tolkIntf_modSrv_mthd(user, w1, w2, w3, m.magic + 1, kIntfName, &base().cmd,
                                        &base().ntfy, m.index, kNone, kNone);
@@ -189,7 +189,7 @@ uint32_t needUpdate(const MsgDesc &m, void *user, uint32_t w1, uint32_t w2, uint
     return rc;
 }
 
-void freeBody(const MsgDesc &m, int32_t type, void *body)
+void freeBody(int32_t type, void *body, const MsgDesc &m)
 {
     if (m.ntfy && type == kRes) {
         IV_LOG(kErr, plainName(m, kFree), "No free body response process\n");
@@ -218,8 +218,8 @@ void freeBody(const MsgDesc &m, int32_t type, void *body)
     release(b);
 }
 
-uint32_t serializeBody(const MsgDesc &m, int32_t type, void *body, uint8_t **out,
-                       uint32_t *outLen)
+uint32_t serializeBody(int32_t type, void *body, uint8_t **out, uint32_t *outLen,
+                       const MsgDesc &m)
 {
     if (m.ntfy && type == kRes) {
         IV_LOG(kErr, plainName(m, kSerialize), "No Serialize response process\n");
@@ -259,8 +259,14 @@ uint32_t serializeBody(const MsgDesc &m, int32_t type, void *body, uint8_t **out
     return 0;
 }
 
-uint32_t unserializeBody(const MsgDesc &m, int32_t type, const uint8_t *bytes,
-                         const uint8_t *end, void **out, uint32_t *outSize)
+uint32_t unserializeBody(int32_t type, const uint8_t *bytes, void **out, uint32_t *outSize,
+                         const MsgDesc &m)
+{
+    return unserializeBodyBounded(m, type, bytes, nullptr, out, outSize);
+}
+
+uint32_t unserializeBodyBounded(const MsgDesc &m, int32_t type, const uint8_t *bytes,
+                                const uint8_t *end, void **out, uint32_t *outSize)
 {
     if (m.ntfy && type == kRes) {
         IV_LOG(kErr, plainName(m, kUnserialize), "No Unserialize response process\n");
@@ -307,7 +313,7 @@ uint32_t unserializeBody(const MsgDesc &m, int32_t type, const uint8_t *bytes,
     return 0;
 }
 
-void logBody(const MsgDesc &m, char **outText)
+void logBody(char **outText, const MsgDesc &m)
 {
     if (!outText) {
         IV_LOG(kErr, plainName(m, kLog), "Invalid parameter\n");
@@ -336,5 +342,5 @@ extern "C" IV_EXPORT uint32_t intfVelmor_unserializeBodyBounded(
         return INTFVELMOR_ERR_TYPE;
     if (!end || (bytes && end < bytes))
         return INTFVELMOR_ERR_BODY;
-    return iv::unserializeBody(*m, type, bytes, end, outBody, outSize);
+    return iv::unserializeBodyBounded(*m, type, bytes, end, outBody, outSize);
 }

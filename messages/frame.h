@@ -44,17 +44,22 @@ void sendNtfy(const MsgDesc &m, void *user, uint32_t word1, uint32_t word2, Args
 BodyHead *recvReq(const MsgDesc &m, void *ctx, void *body, void *handler);
 BodyHead *recvRes(const MsgDesc &m, void *ctx, void *body);
 
-uint32_t modSrv(const MsgDesc &m, void *user, uint32_t w1, uint32_t w2, uint32_t w3);
+// The entries behind the exported callbacks take the callback's own
+// arguments first and the description last, so that the exports stay thin.
+uint32_t modSrv(void *user, uint32_t w1, uint32_t w2, uint32_t w3, const MsgDesc &m);
 uint32_t modCliNtfy(const MsgDesc &m, void *user, uint32_t w1, uint32_t w2, uint32_t w3,
                     const char *busName, void *userName);
 uint32_t needUpdate(const MsgDesc &m, void *user, uint32_t w1, uint32_t w2, uint32_t w3);
 
-void freeBody(const MsgDesc &m, int32_t type, void *body);
-uint32_t serializeBody(const MsgDesc &m, int32_t type, void *body, uint8_t **out,
-                       uint32_t *outLen);
-uint32_t unserializeBody(const MsgDesc &m, int32_t type, const uint8_t *bytes,
-                         const uint8_t *end, void **out, uint32_t *outSize);
-void logBody(const MsgDesc &m, char **outText);
+void freeBody(int32_t type, void *body, const MsgDesc &m);
+uint32_t serializeBody(int32_t type, void *body, uint8_t **out, uint32_t *outLen,
+                       const MsgDesc &m);
+// Reads trusting the item lengths; the bounded form never reads at or past end.
+uint32_t unserializeBody(int32_t type, const uint8_t *bytes, void **out, uint32_t *outSize,
+                         const MsgDesc &m);
+uint32_t unserializeBodyBounded(const MsgDesc &m, int32_t type, const uint8_t *bytes,
+                                const uint8_t *end, void **out, uint32_t *outSize);
+void logBody(char **outText, const MsgDesc &m);
 
 // The descriptions behind the descriptor's entries, by index.
 extern const MsgDesc *const kCommands[];

@@ -53,22 +53,22 @@ const MsgDesc *const kNotifications[] = {IV_NOTIFICATIONS(IV_NTFY_PTR)};
     extern "C" IV_EXPORT void intfVelmor_cbEvtMsgMngt_freeBody_msgNtfy_##x(int32_t type,      \
                                                                            void *body)        \
     {                                                                                         \
-        iv::freeBody(ivMsg_##x, type, body);                                                  \
+        iv::freeBody(type, body, ivMsg_##x);                                                  \
     }                                                                                         \
     extern "C" IV_EXPORT uint32_t intfVelmor_cbEvtMsgMngt_serializeBody_msgNtfy_##x(          \
         int32_t type, void *body, uint8_t **out, uint32_t *outLen)                            \
     {                                                                                         \
-        return iv::serializeBody(ivMsg_##x, type, body, out, outLen);                         \
+        return iv::serializeBody(type, body, out, outLen, ivMsg_##x);                         \
     }                                                                                         \
     extern "C" IV_EXPORT uint32_t intfVelmor_cbEvtMsgMngt_unserializeBody_msgNtfy_##x(        \
         int32_t type, const uint8_t *bytes, void **out, uint32_t *outSize)                    \
     {                                                                                         \
-        return iv::unserializeBody(ivMsg_##x, type, bytes, nullptr, out, outSize);            \
+        return iv::unserializeBody(type, bytes, out, outSize, ivMsg_##x);                     \
     }                                                                                         \
     extern "C" IV_EXPORT void intfVelmor_cbEvtMsgMngt_logBody_msgNtfy_##x(                    \
         uint32_t, uint32_t, uint32_t, char **outText)                                         \
     {                                                                                         \
-        iv::logBody(ivMsg_##x, outText);                                                      \
+        iv::logBody(outText, ivMsg_##x);                                                      \
     }
 
 IV_NOTIFICATION(meshTUKExtenderPairing, MeshTUKExtenderPairing, (uint32_t value), (&value),

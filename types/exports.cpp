@@ -2,31 +2,30 @@
 // engine and the type's description.
 #include "types/described.h"
 
+// Each passes its own arguments unchanged and the description last: one jump.
 #define IV_RECORD_OPS(T)                                                                  \
     extern "C" IV_EXPORT uint32_t intfVelmor_##T##_copy(T *dst, const T *src)              \
     {                                                                                     \
-        return ::iv::copy(::iv::Desc<T>::d, dst, src);                                    \
+        return ::iv::recCopy(dst, src, ::iv::Desc<T>::d);                                 \
     }                                                                                     \
     /* Records own no storage: there is nothing to release. */                            \
     extern "C" IV_EXPORT void intfVelmor_##T##_clean(T *rec) { (void)rec; }               \
     extern "C" IV_EXPORT uint32_t intfVelmor_##T##_serialize_lg(const T *rec)             \
     {                                                                                     \
-        return ::iv::length(::iv::Desc<T>::d, rec);                                       \
+        return ::iv::recLength(rec, ::iv::Desc<T>::d);                                    \
     }                                                                                     \
     extern "C" IV_EXPORT uint32_t intfVelmor_##T##_serialize(const T *rec, uint8_t **pos)  \
     {                                                                                     \
-        return ::iv::serialize(::iv::Desc<T>::d, rec, pos);                               \
+        return ::iv::recSerialize(rec, pos, ::iv::Desc<T>::d);                            \
     }                                                                                     \
     extern "C" IV_EXPORT uint32_t intfVelmor_##T##_unserialize(T *rec, const uint8_t **pos) \
     {                                                                                     \
-        return ::iv::unserialize(::iv::Desc<T>::d, rec, pos, nullptr);                    \
+        return ::iv::recUnserialize(rec, pos, ::iv::Desc<T>::d);                          \
     }                                                                                     \
     extern "C" IV_EXPORT uint32_t intfVelmor_##T##_unserialize_bounded(                   \
         T *rec, const uint8_t **pos, const uint8_t *end)                                  \
     {                                                                                     \
-        if (!end || !pos || !*pos || end < *pos)                                          \
-            return INTFVELMOR_ERR_BODY;                                                   \
-        return ::iv::unserialize(::iv::Desc<T>::d, rec, pos, end);                        \
+        return ::iv::recUnserializeBounded(rec, pos, end, ::iv::Desc<T>::d);              \
     }
 
 INTFVELMOR_RECORD_TYPES(IV_RECORD_OPS)

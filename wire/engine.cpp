@@ -90,18 +90,55 @@ uint32_t readScalar64(const Reporter &who, const uint8_t *&p, const uint8_t *end
     return 0;
 }
 
+// Fast paths of the readers: true when the item at p is well formed, fits
+// before end and carries the expected tag. Anything else goes to the full
+// readers, which check again and report.
+inline bool scalar32Fits(const uint8_t *p, const uint8_t *end, uint32_t tag)
+{
+    if (end && (uint32_t)(end - p) < 12)
+        return false;
+    return rd32(p) == tag && (!end || rd32(p + 4) <= (uint32_t)(end - p) - 8);
+}
+
+// The low half of the 64-bit length is what gets skipped.
+inline bool scalar64Fits(const uint8_t *p, const uint8_t *end, uint32_t tag)
+{
+    if (end && (uint32_t)(end - p) < 24)
+        return false;
+    return rd64(p) == tag && (!end || rd32(p + 12) <= (uint32_t)(end - p) - 16);
+}
+
+// The positions are kept in locals and returned: a position held in memory
+// would be reloaded after every byte that the engine stores.
 struct Engine {
     static uint32_t copy(const TypeDesc &d, uint8_t *dst, const uint8_t *src);
     static uint32_t length(const TypeDesc &d, const uint8_t *rec);
-    static void write(const TypeDesc &d, const uint8_t *rec, uint8_t *&p);
-    static uint32_t read(const TypeDesc &d, uint8_t *rec, const uint8_t *&p, const uint8_t *end,
+    static uint8_t *write(const TypeDesc &d, const uint8_t *rec, uint8_t *p);
+    static uint32_t read(const TypeDesc &d, uint8_t *rec, const uint8_t *&pos, const uint8_t *end,
                          const Reporter &who);
+    static void errorsBefore(const Reporter &who, const uint8_t *rec, const Field *f,
+                             const Field *e);
+    // Reads a nested record from a copy of the position (see fromCopy).
     static uint32_t readNested(const TypeDesc &d, uint8_t *rec, const uint8_t *&p,
                                const uint8_t *end)
     {
-        return read(d, rec, p, end, Reporter{unserializeName(d), p});
+        const uint8_t *q = p;
+        uint32_t err = read(d, rec, q, end, Reporter{unserializeName(d), q});
+        p = q;
+        return err;
     }
 };
+
+// Runs an out-of-line reader on a copy of the position, so that the reading
+// loop's own position never has its address taken.
+template <class Reader>
+inline uint32_t fromCopy(const uint8_t *&p, Reader reader)
+{
+    const uint8_t *q = p;
+    uint32_t err = reader(q);
+    p = q;
+    return err;
+}
 
 uint32_t Engine::copy(const TypeDesc &d, uint8_t *dst, const uint8_t *src)
 {
@@ -157,14 +194,17 @@ uint32_t Engine::length(const TypeDesc &d, const uint8_t *rec)
 {
     uint32_t len = 0;
     for (const Field *f = d.fields, *e = f + d.count; f != e; ++f) {
+        if (f->form < Form::U64) {  // most members: one scalar32 item
+            len += kScalar32Size;
+            continue;
+        }
         const uint8_t *m = rec + f->offset;
         switch (f->form) {
         case Form::U64: len += kScalar64Size; break;
         case Form::Text: len += textItemSize(textLen((const char *)m, f->cap)); break;
         case Form::Record: len += length(*f->sub, m); break;
         case Form::ArrayU32: len += kScalar32Size * (1 + used(*f, rec)); break;
-        case Form::ArrayRec:
-        case Form::Table: {
+        default: {  // ArrayRec, Table
             uint32_t n = f->cap;
             if (f->form == Form::ArrayRec) {
                 len += kScalar32Size;
@@ -174,23 +214,29 @@ uint32_t Engine::length(const TypeDesc &d, const uint8_t *rec)
                 len += length(*f->sub, m + i * f->stride);
             break;
         }
-        default: len += kScalar32Size; break;
         }
     }
     return len;
 }
 
-void Engine::write(const TypeDesc &d, const uint8_t *rec, uint8_t *&p)
+uint8_t *Engine::write(const TypeDesc &d, const uint8_t *rec, uint8_t *p)
 {
     for (const Field *f = d.fields, *e = f + d.count; f != e; ++f) {
         const uint8_t *m = rec + f->offset;
+        if (f->form < Form::U64) {  // most members: one scalar32 item
+            p = putScalar32(p, f->tag, loadScalar(f->form, m));
+            continue;
+        }
         switch (f->form) {
-        case Form::U64:
+        case Form::U64: {
+            uint64_t v;
+            memcpy(&v, m, 8);
             wr64(p, f->tag);
             wr64(p + 8, 8);
-            wr64(p + 16, *(const uint64_t *)m);
+            wr64(p + 16, v);
             p += kScalar64Size;
             break;
+        }
         case Form::Text: {
             // The pad bytes are counted but not written: buffers come zero-filled.
             uint32_t n = textLen((const char *)m, f->cap);
@@ -202,7 +248,7 @@ void Engine::write(const TypeDesc &d, const uint8_t *rec, uint8_t *&p)
             p += size;
             break;
         }
-        case Form::Record: write(*f->sub, m, p); break;
+        case Form::Record: p = write(*f->sub, m, p); break;
         case Form::ArrayU32: {
             uint32_t n = used(*f, rec);
             p = putScalar32(p, f->countTag, loadCount(*f, rec));
@@ -210,60 +256,74 @@ void Engine::write(const TypeDesc &d, const uint8_t *rec, uint8_t *&p)
                 p = putScalar32(p, f->tag, ((const uint32_t *)m)[i]);
             break;
         }
-        case Form::ArrayRec:
-        case Form::Table: {
+        default: {  // ArrayRec, Table
             uint32_t n = f->cap;
             if (f->form == Form::ArrayRec) {
                 n = used(*f, rec);
                 p = putScalar32(p, f->countTag, loadCount(*f, rec));
             }
             for (uint32_t i = 0; i < n; ++i)
-                write(*f->sub, m + i * f->stride, p);
+                p = write(*f->sub, m + i * f->stride, p);
             break;
         }
-        default: p = putScalar32(p, f->tag, loadScalar(f->form, m)); break;
         }
     }
+    return p;
 }
 
-// Reads the members in order. After the first failure nothing more is read:
-// each later item of this level (scalar, text, count, scalar element) logs
-// "Error Before"; later nested records and record elements stay silent.
-uint32_t Engine::read(const TypeDesc &d, uint8_t *rec, const uint8_t *&p, const uint8_t *end,
+// Reads the members in order, up to the first failure. Nothing more is read
+// after it: each later item of this level (scalar, text, count, scalar
+// element) logs "Error Before"; later nested records and record elements
+// stay silent.
+uint32_t Engine::read(const TypeDesc &d, uint8_t *rec, const uint8_t *&pos, const uint8_t *end,
                       const Reporter &who)
 {
+    const uint8_t *p = pos;
     uint32_t err = 0;
-    for (const Field *f = d.fields, *e = f + d.count; f != e; ++f) {
+    const Field *f = d.fields, *e = f + d.count;
+    for (; f != e; ++f) {
         uint8_t *m = rec + f->offset;
-        switch (f->form) {
-        case Form::U64: {
-            uint64_t v;
-            if (err)
-                errorBefore(who, f->tag);
-            else if (!(err = readScalar64(who, p, end, f->tag, v)))
-                memcpy(m, &v, 8);
-            break;
+        // The most common item first: a well-formed scalar32 with its tag.
+        if (f->form < Form::U64 && scalar32Fits(p, end, f->tag)) {
+            uint32_t skip = rd32(p + 4);
+            storeScalar(f->form, m, rd32(p + 8));
+            p += 8 + (size_t)skip;
+            continue;
         }
+        uint32_t v = 0;
+        auto scalar = [&](uint32_t tag) {
+            return fromCopy(p, [&](const uint8_t *&q) {
+                return readScalar32(who, q, end, tag, v);
+            });
+        };
+        switch (f->form) {
+        case Form::U64:
+            if (scalar64Fits(p, end, f->tag)) {
+                uint64_t w = rd64(p + 16);
+                memcpy(m, &w, 8);
+                p += 16 + (size_t)rd32(p + 12);
+            } else {
+                uint64_t w = 0;
+                err = fromCopy(p, [&](const uint8_t *&q) {
+                    return readScalar64(who, q, end, f->tag, w);
+                });
+                if (!err)
+                    memcpy(m, &w, 8);
+            }
+            break;
         case Form::Text:
-            if (err)
-                errorBefore(who, f->tag);
-            else
-                err = readText(who, p, end, f->tag, (char *)m, f->cap);
+            err = fromCopy(p, [&](const uint8_t *&q) {
+                return readText(who, q, end, f->tag, (char *)m, f->cap);
+            });
             break;
-        case Form::Record:
-            if (!err)
-                err = readNested(*f->sub, m, p, end);
-            break;
+        case Form::Record: err = readNested(*f->sub, m, p, end); break;
         case Form::Table:
             for (uint32_t i = 0; i < f->cap && !err; ++i)
                 err = readNested(*f->sub, m + i * f->stride, p, end);
             break;
         case Form::ArrayRec:
-        case Form::ArrayU32: {
-            uint32_t v;
-            if (err)
-                errorBefore(who, f->countTag);
-            else if (!(err = readScalar32(who, p, end, f->countTag, v)))
+        case Form::ArrayU32:
+            if (!(err = scalar(f->countTag)))
                 storeScalar(f->countWidth == 1 ? Form::U8 : Form::U32, rec + f->countOffset, v);
             // The bound re-reads the stored count: the record's own count when
             // the count item was not read.
@@ -274,23 +334,41 @@ uint32_t Engine::read(const TypeDesc &d, uint8_t *rec, const uint8_t *&p, const 
                     err = readNested(*f->sub, m + i * f->stride, p, end);
                 } else if (err) {
                     errorBefore(who, f->tag);
-                } else if (!(err = readScalar32(who, p, end, f->tag, v))) {
+                } else if (!(err = scalar(f->tag))) {
                     ((uint32_t *)m)[i] = v;
                 }
             }
             break;
-        }
-        default: {
-            uint32_t v;
-            if (err)
-                errorBefore(who, f->tag);
-            else if (!(err = readScalar32(who, p, end, f->tag, v)))
+        default:  // a scalar that the fast path refused: read again, reporting
+            if (!(err = scalar(f->tag)))
                 storeScalar(f->form, m, v);
             break;
         }
+        if (err)
+            break;
+    }
+    pos = p;
+    if (err)
+        errorsBefore(who, rec, f + 1, e);
+    return err;
+}
+
+// The members after a failure, none of them read.
+void Engine::errorsBefore(const Reporter &who, const uint8_t *rec, const Field *f, const Field *e)
+{
+    for (; f != e; ++f) {
+        switch (f->form) {
+        case Form::Record:
+        case Form::Table: break;
+        case Form::ArrayRec: errorBefore(who, f->countTag); break;
+        case Form::ArrayU32:
+            errorBefore(who, f->countTag);
+            for (uint32_t i = 0; i < used(*f, rec); ++i)
+                errorBefore(who, f->tag);
+            break;
+        default: errorBefore(who, f->tag); break;
         }
     }
-    return err;
 }
 
 }  // namespace
@@ -349,24 +427,37 @@ uint32_t readText(const Reporter &who, const uint8_t *&p, const uint8_t *end, ui
     return 0;
 }
 
-uint32_t copy(const TypeDesc &d, void *dst, const void *src)
+uint32_t recCopy(void *dst, const void *src, const TypeDesc &d)
 {
     if (!dst || !src)
         return kMalformed;
     return Engine::copy(d, (uint8_t *)dst, (const uint8_t *)src);
 }
 
-uint32_t length(const TypeDesc &d, const void *rec)
+uint32_t recLength(const void *rec, const TypeDesc &d)
 {
     return rec ? Engine::length(d, (const uint8_t *)rec) : 0;
 }
 
-uint32_t serialize(const TypeDesc &d, const void *rec, uint8_t **pos)
+uint32_t recSerialize(const void *rec, uint8_t **pos, const TypeDesc &d)
 {
     if (!rec || !pos || !*pos)
         return kMalformed;
-    Engine::write(d, (const uint8_t *)rec, *pos);
+    *pos = Engine::write(d, (const uint8_t *)rec, *pos);
     return 0;
+}
+
+uint32_t recUnserialize(void *rec, const uint8_t **pos, const TypeDesc &d)
+{
+    return unserialize(d, rec, pos, nullptr);
+}
+
+uint32_t recUnserializeBounded(void *rec, const uint8_t **pos, const uint8_t *end,
+                               const TypeDesc &d)
+{
+    if (!end || !pos || !*pos || end < *pos)
+        return kMalformed;
+    return unserialize(d, rec, pos, end);
 }
 
 uint32_t unserializeAs(const TypeDesc &d, void *rec, const uint8_t **pos, const uint8_t *end,

@@ -57,9 +57,21 @@ struct Reporter {
     const uint8_t *base;
 };
 
-uint32_t copy(const TypeDesc &d, void *dst, const void *src);
-uint32_t length(const TypeDesc &d, const void *rec);
-uint32_t serialize(const TypeDesc &d, const void *rec, uint8_t **pos);
+// The exported record operations: their own arguments first and the
+// description last, so that each export is a single jump here.
+uint32_t recCopy(void *dst, const void *src, const TypeDesc &d);
+uint32_t recLength(const void *rec, const TypeDesc &d);
+uint32_t recSerialize(const void *rec, uint8_t **pos, const TypeDesc &d);
+uint32_t recUnserialize(void *rec, const uint8_t **pos, const TypeDesc &d);
+uint32_t recUnserializeBounded(void *rec, const uint8_t **pos, const uint8_t *end,
+                               const TypeDesc &d);
+
+inline uint32_t copy(const TypeDesc &d, void *dst, const void *src) { return recCopy(dst, src, d); }
+inline uint32_t length(const TypeDesc &d, const void *rec) { return recLength(rec, d); }
+inline uint32_t serialize(const TypeDesc &d, const void *rec, uint8_t **pos)
+{
+    return recSerialize(rec, pos, d);
+}
 // Reads one record at *pos; end bounds every read (null: trust item lengths).
 uint32_t unserialize(const TypeDesc &d, void *rec, const uint8_t **pos, const uint8_t *end);
 // The same, reporting as `who` (message bodies report as the body callback).
