@@ -379,17 +379,28 @@ void errorBefore(const Reporter &who, uint32_t tag)
            (int)tag);
 }
 
-uint32_t readScalar32(const Reporter &who, const uint8_t *&p, const uint8_t *end, uint32_t tag,
-                      uint32_t &value)
+// Tag and length of a 32-bit item (scalar or text), the tag checked.
+static uint32_t readHead32(const Reporter &who, const uint8_t *p, const uint8_t *end,
+                           uint32_t tag, uint32_t &len)
 {
     if (short_of(p, end, 8))
         return truncated(who, __LINE__, p, end, tag);
-    uint32_t t = rd32(p), l = rd32(p + 4);
+    uint32_t t = rd32(p);
+    len = rd32(p + 4);
     if (t != tag) {
-        IV_LOG(kErr, who.fn, "pBody(%p): Tl(%u-%u) expectded(%u)\n", (const void *)who.base, t, l,
-               tag);
+        IV_LOG(kErr, who.fn, "pBody(%p): Tl(%u-%u) expectded(%u)\n", (const void *)who.base, t,
+               len, tag);
         return kMalformed;
     }
+    return 0;
+}
+
+uint32_t readScalar32(const Reporter &who, const uint8_t *&p, const uint8_t *end, uint32_t tag,
+                      uint32_t &value)
+{
+    uint32_t l;
+    if (uint32_t rc = readHead32(who, p, end, tag, l))
+        return rc;
     // The length is not compared with 4: whatever it declares is skipped.
     if (end && (short_of(p, end, 12) || l > (uint32_t)(end - p) - 8))
         return beyondEnd(who, __LINE__, tag, l, (uint32_t)(end - p) - 8);
@@ -401,20 +412,15 @@ uint32_t readScalar32(const Reporter &who, const uint8_t *&p, const uint8_t *end
 uint32_t readText(const Reporter &who, const uint8_t *&p, const uint8_t *end, uint32_t tag,
                   char *dst, uint32_t cap)
 {
-    if (short_of(p, end, 8))
-        return truncated(who, __LINE__, p, end, tag);
-    uint32_t t = rd32(p), l = rd32(p + 4);
-    if (t != tag) {
-        IV_LOG(kErr, who.fn, "pBody(%p): Tl(%u-%u) expectded(%u)\n", (const void *)who.base, t, l,
-               tag);
-        return kMalformed;
-    }
+    uint32_t l;
+    if (uint32_t rc = readHead32(who, p, end, tag, l))
+        return rc;
     if (short_of(p + 8, end, l))
         return beyondEnd(who, __LINE__, tag, l, (uint32_t)(end - p) - 8);
     // The scan never leaves the item, so a long text is measured in full.
     const uint8_t *nul = (const uint8_t *)memchr(p + 8, 0, l);
     if (!nul) {
-        IV_LOG(kErr, who.fn, "pBody(%p): Tl(%u-%u) -> No NUL\n", (const void *)who.base, t, l);
+        IV_LOG(kErr, who.fn, "pBody(%p): Tl(%u-%u) -> No NUL\n", (const void *)who.base, tag, l);
         return kMalformed;
     }
     uint32_t n = (uint32_t)(nul - (p + 8));
