@@ -17,9 +17,15 @@ for n in $needed; do
   esac
 done
 
-# Every defined dynamic symbol is ours.
-foreign=$(nm -D --defined-only "$lib" | awk '{print $3}' | grep -v '^intfVelmor_' || true)
+# One version node, and every defined dynamic symbol is ours and in it.
+node=INTFVELMOR_1.0
+nodes=$(readelf -V "$lib" | sed -n 's/.*Flags: none.*Name: \([^ ]*\).*/\1/p')
+[ "$nodes" = "$node" ] || fail "version nodes are '$nodes', not $node"
+defined=$(nm -D --defined-only "$lib" | awk '$3 != "'$node'" {print $3}')
+foreign=$(echo "$defined" | grep -v '^intfVelmor_' || true)
 [ -z "$foreign" ] || fail "exports outside intfVelmor_: $foreign"
+unversioned=$(echo "$defined" | grep -v "@@$node\$" || true)
+[ -z "$unversioned" ] || fail "exports outside $node: $unversioned"
 
 # What it needs from outside: libc and the host's core and event loop.
 undef=$(nm -D --undefined-only "$lib" | awk '{print $2}' | sed 's/@.*//' |
@@ -33,4 +39,4 @@ for s in $undef; do
 done
 
 count=$(nm -D --defined-only "$lib" | grep -c ' intfVelmor_')
-echo "ok: $soname, needs [$needed], $count exports"
+echo "ok: $soname, needs [$needed], $count exports in $node"
