@@ -21,7 +21,11 @@ const char *fnText(FnName fn, char *buf, size_t size)
     return buf;
 }
 
+LogSink gSink = nullptr;
+
 }  // namespace
+
+void setLogSink(LogSink sink) { __atomic_store_n(&gSink, sink, __ATOMIC_RELEASE); }
 
 void log(int prio, FnName fn, int line, const char *fmt, ...)
 {
@@ -31,7 +35,14 @@ void log(int prio, FnName fn, int line, const char *fmt, ...)
     va_start(ap, fmt);
     vsnprintf(text, sizeof text, fmt, ap);
     va_end(ap);
-    syslog(prio, "[INTFVELMOR] -> %s(%d): %s", fnText(fn, name, sizeof name), line, text);
+    const char *who = fnText(fn, name, sizeof name);
+    if (LogSink sink = __atomic_load_n(&gSink, __ATOMIC_ACQUIRE)) {
+        char whole[sizeof name + sizeof text + 32];
+        snprintf(whole, sizeof whole, "[INTFVELMOR] -> %s(%d): %s", who, line, text);
+        sink(prio, whole);
+        return;
+    }
+    syslog(prio, "[INTFVELMOR] -> %s(%d): %s", who, line, text);
 }
 
 void magicBroken(FnName fn, int line, const char *what, const char *magicName, uint32_t expected,

@@ -17,6 +17,12 @@ struct FnName {
 void log(int prio, FnName fn, int line, const char *fmt, ...)
     __attribute__((format(printf, 4, 5)));
 
+// Where the lines go: syslog, unless a sink is installed. Tests, fuzzers and
+// tools install one to take the lines themselves; never exported. The sink
+// gets each line whole, as syslog would have it, and null restores syslog.
+using LogSink = void (*)(int prio, const char *line);
+void setLogSink(LogSink sink);
+
 // Logs a broken magic at priority 0 and aborts the process.
 [[noreturn]] void magicBroken(FnName fn, int line, const char *what, const char *magicName,
                               uint32_t expected, const void *ctx, uint32_t found);

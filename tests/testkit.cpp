@@ -1,8 +1,10 @@
 #include "testkit.h"
 
-#include <stdarg.h>
 #include <stdio.h>
+#include <stdlib.h>
 #include <string.h>
+
+#include "base/log.h"
 
 namespace ivtest {
 
@@ -31,20 +33,25 @@ LogLine parse(int prio, const std::string &raw)
     return l;
 }
 
-void capture(int prio, const char *fmt, va_list ap)
+// The library's lines come here instead of syslog, from the first test on.
+void capture(int prio, const char *line)
 {
-    char buf[2048];
-    vsnprintf(buf, sizeof buf, fmt, ap);
-    store().push_back(parse(prio, buf));
+    store().push_back(parse(prio, line));
     // Death tests can only read stderr: show the emergency lines there.
     if (prio == 0)
-        fprintf(stderr, "%s", buf);
+        fprintf(stderr, "%s", line);
 }
+
+const bool kCapturing = (iv::setLogSink(capture), true);
 
 }  // namespace
 
 const std::vector<LogLine> &logs() { return store(); }
-void clearLogs() { store().clear(); }
+void clearLogs()
+{
+    (void)kCapturing;
+    store().clear();
+}
 
 std::vector<std::string> lines()
 {
@@ -141,27 +148,3 @@ Lines operator+(Lines a, const Lines &b)
 }
 
 }  // namespace ivtest
-
-// The library logs through syslog; the tests read what it would have sent.
-extern "C" {
-
-void syslog(int prio, const char *fmt, ...)
-{
-    va_list ap;
-    va_start(ap, fmt);
-    ivtest::capture(prio, fmt, ap);
-    va_end(ap);
-}
-
-void vsyslog(int prio, const char *fmt, va_list ap) { ivtest::capture(prio, fmt, ap); }
-
-void __syslog_chk(int prio, int, const char *fmt, ...)
-{
-    va_list ap;
-    va_start(ap, fmt);
-    ivtest::capture(prio, fmt, ap);
-    va_end(ap);
-}
-
-void __vsyslog_chk(int prio, int, const char *fmt, va_list ap) { ivtest::capture(prio, fmt, ap); }
-}

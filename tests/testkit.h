@@ -1,4 +1,4 @@
-// Shared test kit: captured syslog lines, hex helpers.
+// Shared test kit: the library's captured log lines, hex helpers.
 #pragma once
 
 #include <stdint.h>

@@ -5,13 +5,13 @@
 // held, or a malformed body is accepted.
 //
 //   intfvelmor_soak [messages]      (default one million)
-#include <stdarg.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
 #include <time.h>
 #include <unistd.h>
 
+#include "base/log.h"
 #include "intfVelmor.h"
 #include "tolkRefHost.h"
 
@@ -93,16 +93,12 @@ void offerMalformed(unsigned long step)
 }  // namespace
 
 // Log lines are counted, not sent: a soak of malformed bodies would flood syslog.
-extern "C" {
-void syslog(int, const char *, ...) { ++syslogLines; }
-void __syslog_chk(int, int, const char *, ...) { ++syslogLines; }
-void vsyslog(int, const char *, va_list) { ++syslogLines; }
-void __vsyslog_chk(int, int, const char *, va_list) { ++syslogLines; }
-}
+static void countLine(int, const char *) { ++syslogLines; }
 
 int main(int argc, char **argv)
 {
     unsigned long total = argc > 1 ? strtoul(argv[1], nullptr, 10) : 1000000ul;
+    iv::setLogSink(countLine);
 
     stations.devicesCount = 20;
     for (int i = 0; i < 20; ++i)

@@ -50,39 +50,18 @@ struct LogLine {
 std::vector<LogLine> gLog;
 bool gMuted = false;  // replays of the readers keep quiet
 
-void capture(int prio, const char *fmt, va_list ap)
+// The library's lines, taken through its log seam instead of syslog.
+void capture(int prio, const char *line)
 {
     if (gMuted)
         return;
-    char buf[1024];
-    vsnprintf(buf, sizeof buf, fmt, ap);
-    std::string s = buf;
+    std::string s = line;
     while (!s.empty() && s.back() == '\n')
         s.pop_back();
     gLog.push_back({prio & 7, s});
 }
 
 }  // namespace
-
-// The library logs through syslog; in this program its lines are kept and shown.
-extern "C" {
-void syslog(int prio, const char *fmt, ...)
-{
-    va_list ap;
-    va_start(ap, fmt);
-    capture(prio, fmt, ap);
-    va_end(ap);
-}
-void vsyslog(int prio, const char *fmt, va_list ap) { capture(prio, fmt, ap); }
-void __syslog_chk(int prio, int, const char *fmt, ...)
-{
-    va_list ap;
-    va_start(ap, fmt);
-    capture(prio, fmt, ap);
-    va_end(ap);
-}
-void __vsyslog_chk(int prio, int, const char *fmt, va_list ap) { capture(prio, fmt, ap); }
-}
 
 namespace {
 
@@ -1396,6 +1375,7 @@ Options parseArgs(int argc, char **argv)
 
 int run(int argc, char **argv)
 {
+    iv::setLogSink(capture);
     Options o = parseArgs(argc, argv);
     if (o.command == "-h" || o.command == "--help" || o.command == "help") {
         fputs(kUsage, stdout);
