@@ -39,6 +39,19 @@ FnName plainName(const MsgDesc &m, Op op) { return {kCbNames[op][m.ntfy ? 4 : 2]
 
 bool knownType(int32_t type) { return type == kReq || type == kRes; }
 
+// A frame item read in full but holding another value than the message's.
+void frameRefusal(ReadFailure &fail, ReadFailure::Reason why, uint32_t tag, uint32_t offset,
+                  uint32_t found)
+{
+    fail.reason = why;
+    fail.depth = 0;
+    fail.pathCut = false;
+    fail.tag = tag;
+    fail.offset = offset;
+    fail.found = found;
+    fail.length = fail.left = fail.textLen = fail.cap = 0;
+}
+
 void checkMagic(const MsgDesc &m, FnName fn, int line, const BodyHead *b)
 {
     if (b->magic != m.magic)
@@ -262,11 +275,19 @@ uint32_t serializeBody(int32_t type, void *body, uint8_t **out, uint32_t *outLen
 uint32_t unserializeBody(int32_t type, const uint8_t *bytes, void **out, uint32_t *outSize,
                          const MsgDesc &m)
 {
-    return unserializeBodyBounded(m, type, bytes, nullptr, out, outSize);
+    ReadFailure fail;
+    return readBody(m, type, bytes, nullptr, out, outSize, fail);
 }
 
 uint32_t unserializeBodyBounded(const MsgDesc &m, int32_t type, const uint8_t *bytes,
                                 const uint8_t *end, void **out, uint32_t *outSize)
+{
+    ReadFailure fail;
+    return readBody(m, type, bytes, end, out, outSize, fail);
+}
+
+uint32_t readBody(const MsgDesc &m, int32_t type, const uint8_t *bytes, const uint8_t *end,
+                  void **out, uint32_t *outSize, ReadFailure &fail)
 {
     if (m.ntfy && type == kRes) {
         IV_LOG(kErr, plainName(m, kUnserialize), "No Unserialize response process\n");
@@ -286,28 +307,36 @@ uint32_t unserializeBodyBounded(const MsgDesc &m, int32_t type, const uint8_t *b
         IV_LOG(kErr, fn, "Allocating Memory Ctx[%s]\n", "");
         return INTFVELMOR_ERR_ALLOC;
     }
-    Reporter who{fn, bytes};
+    fail.start = bytes;
+    Reporter who{fn, bytes, &fail};
     const uint8_t *p = bytes;
     uint32_t value = 0, rc = 0;
     if (readScalar32(who, p, end, 0, value)) {
         errorBefore(who, 1);
         rc = INTFVELMOR_ERR_FRAME;
     } else if (value != m.magic) {
+        frameRefusal(fail, ReadFailure::kForeignMagic, 0, 0, value);
         // Another message's bytes: refused here, before any magic check aborts.
         IV_LOG(kErr, fn, "Check Magic[%s-%X] Ctx[ptr(%p) magic(%X)] text[%s]\n", m.magicName,
-               m.magic, (const void *)bytes, value, "refused");
+               m.magic, (const void *)fail.start, (uint32_t)fail.found, "refused");
         rc = INTFVELMOR_ERR_FRAME;
     } else {
         b->magic = value;
-        if (readScalar32(who, p, end, 1, value) || (uint16_t)value != m.stamp)
+        const uint8_t *item1 = p;
+        if (readScalar32(who, p, end, 1, value)) {
             rc = INTFVELMOR_ERR_FRAME;
-        else if (m.members[type])
+        } else if ((uint16_t)value != m.stamp) {
+            frameRefusal(fail, ReadFailure::kWrongStamp, 1, (uint32_t)(item1 - bytes), value);
+            rc = INTFVELMOR_ERR_FRAME;
+        } else if (m.members[type]) {
             rc = unserializeAs(*m.members[type], b, &p, end, who);
+        }
     }
     if (rc) {
         release(b);
         return rc;
     }
+    fail.offset = (uint32_t)(p - bytes);
     *out = b;
     *outSize = m.size[type];
     return 0;

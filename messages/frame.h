@@ -59,6 +59,12 @@ uint32_t unserializeBody(int32_t type, const uint8_t *bytes, void **out, uint32_
                          const MsgDesc &m);
 uint32_t unserializeBodyBounded(const MsgDesc &m, int32_t type, const uint8_t *bytes,
                                 const uint8_t *end, void **out, uint32_t *outSize);
+// The bounded and unbounded readers both run this one (end null: trust item
+// lengths). `fail` says why and where the bytes were refused with code 2 or 4
+// from the bytes; after a body read in full, its offset is the body's length
+// (bytes after it are not read). Nothing else touches it.
+uint32_t readBody(const MsgDesc &m, int32_t type, const uint8_t *bytes, const uint8_t *end,
+                  void **out, uint32_t *outSize, ReadFailure &fail);
 void logBody(char **outText, const MsgDesc &m);
 
 // The descriptions behind the descriptor's entries, by index.

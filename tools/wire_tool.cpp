@@ -315,7 +315,9 @@ std::string join(const std::string &path, const std::string &name)
 bool replay(const TypeDesc &d, uint8_t *rec, const uint8_t *&p, const uint8_t *start,
             const uint8_t *end, const std::string &path, Stop &stop)
 {
-    const iv::Reporter who{{"intfvelmor-wire", nullptr}, p};
+    iv::ReadFailure record{};
+    record.start = start;
+    const iv::Reporter who{{"intfvelmor-wire", nullptr}, p, &record};
     auto fail = [&](const uint8_t *at, const std::string &where, const std::string &form,
                     int tag) {
         stop.failed = true;
@@ -368,7 +370,7 @@ bool replay(const TypeDesc &d, uint8_t *rec, const uint8_t *&p, const uint8_t *s
             // One member read as a record of that member alone.
             const TypeDesc one{d.name, f, 1, d.size};
             const uint8_t *at = p;
-            if (iv::unserialize(one, rec, &p, end))
+            if (iv::readRecord(one, rec, &p, end, record))
                 return fail(at, here, ivtool::formName(*f), f->tag);
             break;
         }
@@ -394,7 +396,9 @@ Stop replayRecord(const TypeDesc &d, const uint8_t *start, const uint8_t *from,
 // The frame of a body: item 0 carries the magic, item 1 the stamp.
 Stop replayBody(const Message &msg, int32_t type, const uint8_t *start, const uint8_t *end)
 {
-    const iv::Reporter who{{"intfvelmor-wire", nullptr}, start};
+    iv::ReadFailure fail{};
+    fail.start = start;
+    const iv::Reporter who{{"intfvelmor-wire", nullptr}, start, &fail};
     Stop stop;
     const uint8_t *p = start;
     uint32_t v = 0;
@@ -714,7 +718,9 @@ int decodeMessages(const Options &o, const std::vector<uint8_t> &in)
         }
     } else {
         // The frame's two items name the message, read by the library's reader.
-        const iv::Reporter who{{"intfvelmor-wire", nullptr}, in.data()};
+        iv::ReadFailure fail{};
+        fail.start = in.data();
+        const iv::Reporter who{{"intfvelmor-wire", nullptr}, in.data(), &fail};
         const uint8_t *p = in.data(), *end = p + in.size();
         uint32_t magic = 0, stamp = 0;
         gMuted = true;

@@ -56,35 +56,88 @@ inline bool short_of(const uint8_t *p, const uint8_t *end, uint32_t n)
     return end && (uint32_t)(end - p) < n;
 }
 
-uint32_t truncated(const Reporter &who, int line, const uint8_t *p, const uint8_t *end,
-                   uint32_t tag)
+// The refusal of the item at p, recorded: the fields that the reason needs
+// are filled in by the caller, then report() logs the line from the record.
+ReadFailure &refusal(const Reporter &who, const uint8_t *p, ReadFailure::Reason why,
+                     uint32_t tag)
 {
-    log(kErr, who.fn, line, "pBody(%p): Type(%d) -> Truncated(%u)\n", (const void *)who.base,
-        (int)tag, (unsigned)(end - p));
+    ReadFailure &f = *who.fail;
+    f.reason = why;
+    f.depth = 0;
+    f.pathCut = false;
+    f.tag = tag;
+    f.offset = (uint32_t)(p - f.start);
+    f.found = tag;
+    f.length = f.left = f.textLen = f.cap = 0;
+    return f;
+}
+
+// The line of a refused member item, from its record.
+uint32_t report(const Reporter &who)
+{
+    const ReadFailure &f = *who.fail;
+    const void *base = who.base;
+    switch (f.reason) {
+    case ReadFailure::kTruncated:
+        IV_LOG(kErr, who.fn, "pBody(%p): Type(%d) -> Truncated(%u)\n", base, (int)f.tag,
+               f.left);
+        break;
+    case ReadFailure::kBeyondEnd:
+        IV_LOG(kErr, who.fn, "pBody(%p): Tl(%u-%u) -> Beyond end(%u)\n", base, f.tag,
+               (uint32_t)f.length, f.left);
+        break;
+    case ReadFailure::kWrongTag:
+        IV_LOG(kErr, who.fn, "pBody(%p): Tl(%llu-%llu) expectded(%u)\n", base,
+               (unsigned long long)f.found, (unsigned long long)f.length, f.tag);
+        break;
+    case ReadFailure::kNoNul:
+        IV_LOG(kErr, who.fn, "pBody(%p): Tl(%u-%u) -> No NUL\n", base, f.tag,
+               (uint32_t)f.length);
+        break;
+    case ReadFailure::kTextTooLong:
+        IV_LOG(kErr, who.fn, "lgChainIn(%d) lgMaxChainOut(%d)\n", (int)(f.textLen + 1),
+               (int)f.cap);
+        break;
+    default: break;  // frame refusals are the frame's to report
+    }
     return kMalformed;
 }
 
-uint32_t beyondEnd(const Reporter &who, int line, uint32_t tag, uint32_t len, uint32_t left)
+uint32_t truncated(const Reporter &who, const uint8_t *p, const uint8_t *end, uint32_t tag)
 {
-    log(kErr, who.fn, line, "pBody(%p): Tl(%u-%u) -> Beyond end(%u)\n", (const void *)who.base,
-        tag, len, left);
-    return kMalformed;
+    refusal(who, p, ReadFailure::kTruncated, tag).left = (uint32_t)(end - p);
+    return report(who);
+}
+
+uint32_t beyondEnd(const Reporter &who, const uint8_t *p, uint32_t tag, uint32_t len,
+                   uint32_t left)
+{
+    ReadFailure &f = refusal(who, p, ReadFailure::kBeyondEnd, tag);
+    f.length = len;
+    f.left = left;
+    return report(who);
+}
+
+uint32_t wrongTag(const Reporter &who, const uint8_t *p, uint32_t tag, uint64_t found,
+                  uint64_t len)
+{
+    ReadFailure &f = refusal(who, p, ReadFailure::kWrongTag, tag);
+    f.found = found;
+    f.length = len;
+    return report(who);
 }
 
 uint32_t readScalar64(const Reporter &who, const uint8_t *&p, const uint8_t *end, uint32_t tag,
                       uint64_t &value)
 {
     if (short_of(p, end, 16))
-        return truncated(who, __LINE__, p, end, tag);
+        return truncated(who, p, end, tag);
     uint64_t t = rd64(p), l = rd64(p + 8);
-    if (t != tag) {
-        IV_LOG(kErr, who.fn, "pBody(%p): Tl(%llu-%llu) expectded(%u)\n", (const void *)who.base,
-               (unsigned long long)t, (unsigned long long)l, tag);
-        return kMalformed;
-    }
+    if (t != tag)
+        return wrongTag(who, p, tag, t, l);
     uint32_t skip = (uint32_t)l;
     if (end && (short_of(p, end, 24) || skip > (uint32_t)(end - p) - 16))
-        return beyondEnd(who, __LINE__, tag, skip, (uint32_t)(end - p) - 16);
+        return beyondEnd(who, p, tag, skip, (uint32_t)(end - p) - 16);
     value = rd64(p + 16);
     p += 16 + (size_t)skip;
     return 0;
@@ -120,10 +173,10 @@ struct Engine {
                              const Field *e);
     // Reads a nested record from a copy of the position (see fromCopy).
     static uint32_t readNested(const TypeDesc &d, uint8_t *rec, const uint8_t *&p,
-                               const uint8_t *end)
+                               const uint8_t *end, ReadFailure *fail)
     {
         const uint8_t *q = p;
-        uint32_t err = read(d, rec, q, end, Reporter{unserializeName(d), q});
+        uint32_t err = read(d, rec, q, end, Reporter{unserializeName(d), q, fail});
         p = q;
         return err;
     }
@@ -291,6 +344,7 @@ uint32_t Engine::read(const TypeDesc &d, uint8_t *rec, const uint8_t *&pos, cons
             continue;
         }
         uint32_t v = 0;
+        uint32_t elem = ReadFailure::kWhole;  // on failure: the element that failed
         auto scalar = [&](uint32_t tag) {
             return fromCopy(p, [&](const uint8_t *&q) {
                 return readScalar32(who, q, end, tag, v);
@@ -316,26 +370,34 @@ uint32_t Engine::read(const TypeDesc &d, uint8_t *rec, const uint8_t *&pos, cons
                 return readText(who, q, end, f->tag, (char *)m, f->cap);
             });
             break;
-        case Form::Record: err = readNested(*f->sub, m, p, end); break;
+        case Form::Record: err = readNested(*f->sub, m, p, end, who.fail); break;
         case Form::Table:
-            for (uint32_t i = 0; i < f->cap && !err; ++i)
-                err = readNested(*f->sub, m + i * f->stride, p, end);
+            for (uint32_t i = 0; i < f->cap; ++i)
+                if ((err = readNested(*f->sub, m + i * f->stride, p, end, who.fail))) {
+                    elem = i;
+                    break;
+                }
             break;
         case Form::ArrayRec:
         case Form::ArrayU32:
             if (!(err = scalar(f->countTag)))
                 storeScalar(f->countWidth == 1 ? Form::U8 : Form::U32, rec + f->countOffset, v);
+            else
+                elem = ReadFailure::kCount;
             // The bound re-reads the stored count: the record's own count when
             // the count item was not read.
             for (uint32_t i = 0; i < used(*f, rec); ++i) {
                 if (f->form == Form::ArrayRec) {
                     if (err)
                         break;
-                    err = readNested(*f->sub, m + i * f->stride, p, end);
+                    if ((err = readNested(*f->sub, m + i * f->stride, p, end, who.fail)))
+                        elem = i;
                 } else if (err) {
                     errorBefore(who, f->tag);
                 } else if (!(err = scalar(f->tag))) {
                     ((uint32_t *)m)[i] = v;
+                } else {
+                    elem = i;
                 }
             }
             break;
@@ -344,8 +406,10 @@ uint32_t Engine::read(const TypeDesc &d, uint8_t *rec, const uint8_t *&pos, cons
                 storeScalar(f->form, m, v);
             break;
         }
-        if (err)
+        if (err) {
+            who.fail->step((size_t)(f - d.fields), elem);
             break;
+        }
     }
     pos = p;
     if (err)
@@ -384,14 +448,11 @@ static uint32_t readHead32(const Reporter &who, const uint8_t *p, const uint8_t 
                            uint32_t tag, uint32_t &len)
 {
     if (short_of(p, end, 8))
-        return truncated(who, __LINE__, p, end, tag);
+        return truncated(who, p, end, tag);
     uint32_t t = rd32(p);
     len = rd32(p + 4);
-    if (t != tag) {
-        IV_LOG(kErr, who.fn, "pBody(%p): Tl(%u-%u) expectded(%u)\n", (const void *)who.base, t,
-               len, tag);
-        return kMalformed;
-    }
+    if (t != tag)
+        return wrongTag(who, p, tag, t, len);
     return 0;
 }
 
@@ -403,7 +464,7 @@ uint32_t readScalar32(const Reporter &who, const uint8_t *&p, const uint8_t *end
         return rc;
     // The length is not compared with 4: whatever it declares is skipped.
     if (end && (short_of(p, end, 12) || l > (uint32_t)(end - p) - 8))
-        return beyondEnd(who, __LINE__, tag, l, (uint32_t)(end - p) - 8);
+        return beyondEnd(who, p, tag, l, (uint32_t)(end - p) - 8);
     value = rd32(p + 8);
     p += 8 + (size_t)l;
     return 0;
@@ -416,17 +477,20 @@ uint32_t readText(const Reporter &who, const uint8_t *&p, const uint8_t *end, ui
     if (uint32_t rc = readHead32(who, p, end, tag, l))
         return rc;
     if (short_of(p + 8, end, l))
-        return beyondEnd(who, __LINE__, tag, l, (uint32_t)(end - p) - 8);
+        return beyondEnd(who, p, tag, l, (uint32_t)(end - p) - 8);
     // The scan never leaves the item, so a long text is measured in full.
     const uint8_t *nul = (const uint8_t *)memchr(p + 8, 0, l);
     if (!nul) {
-        IV_LOG(kErr, who.fn, "pBody(%p): Tl(%u-%u) -> No NUL\n", (const void *)who.base, tag, l);
-        return kMalformed;
+        refusal(who, p, ReadFailure::kNoNul, tag).length = l;
+        return report(who);
     }
     uint32_t n = (uint32_t)(nul - (p + 8));
     if (n + 1 > cap) {
-        IV_LOG(kErr, who.fn, "lgChainIn(%d) lgMaxChainOut(%d)\n", (int)(n + 1), (int)cap);
-        return kMalformed;
+        ReadFailure &f = refusal(who, p, ReadFailure::kTextTooLong, tag);
+        f.length = l;
+        f.textLen = n;
+        f.cap = cap;
+        return report(who);
     }
     memcpy(dst, p + 8, n + 1);
     p += 8 + (size_t)l;
@@ -455,7 +519,8 @@ uint32_t recSerialize(const void *rec, uint8_t **pos, const TypeDesc &d)
 
 uint32_t recUnserialize(void *rec, const uint8_t **pos, const TypeDesc &d)
 {
-    return unserialize(d, rec, pos, nullptr);
+    ReadFailure fail;
+    return readRecord(d, rec, pos, nullptr, fail);
 }
 
 uint32_t recUnserializeBounded(void *rec, const uint8_t **pos, const uint8_t *end,
@@ -463,7 +528,8 @@ uint32_t recUnserializeBounded(void *rec, const uint8_t **pos, const uint8_t *en
 {
     if (!end || !pos || !*pos || end < *pos)
         return kMalformed;
-    return unserialize(d, rec, pos, end);
+    ReadFailure fail;
+    return readRecord(d, rec, pos, end, fail);
 }
 
 uint32_t unserializeAs(const TypeDesc &d, void *rec, const uint8_t **pos, const uint8_t *end,
@@ -474,11 +540,13 @@ uint32_t unserializeAs(const TypeDesc &d, void *rec, const uint8_t **pos, const 
     return Engine::read(d, (uint8_t *)rec, *pos, end, who);
 }
 
-uint32_t unserialize(const TypeDesc &d, void *rec, const uint8_t **pos, const uint8_t *end)
+uint32_t readRecord(const TypeDesc &d, void *rec, const uint8_t **pos, const uint8_t *end,
+                    ReadFailure &fail)
 {
     if (!pos)
         return kMalformed;
-    return unserializeAs(d, rec, pos, end, Reporter{unserializeName(d), *pos});
+    fail.start = *pos;
+    return unserializeAs(d, rec, pos, end, Reporter{unserializeName(d), *pos, &fail});
 }
 
 }  // namespace iv

@@ -50,11 +50,61 @@ struct Desc {
     static const TypeDesc d;
 };
 
-// Who reports an unserialize failure, and from which base address (a
-// record's first item, or a message body's first byte).
+// What made a read refuse the bytes, recorded where it happened: the log
+// lines are formatted from it, and tools read it instead of the lines. It
+// lives on the stack of whoever starts the read (records run on many threads
+// at once and keep no state). A reader fills it only when it refuses bytes.
+struct ReadFailure {
+    enum Reason : uint8_t {
+        kNone,          // nothing refused (a caller's initial value)
+        kTruncated,     // fewer bytes left than the item's head
+        kBeyondEnd,     // the item's length runs past the end of the input
+        kWrongTag,      // another item number than the member's
+        kNoNul,         // a text item without its NUL
+        kTextTooLong,   // a text longer than its field
+        kForeignMagic,  // frame item 0 holds another message's magic
+        kWrongStamp,    // frame item 1 holds another stamp
+    };
+    // One level of the member path: a field of a record, and for a table or
+    // an array the element (or the count item) that failed.
+    struct Step {
+        uint8_t field;     // index into the record's fields
+        uint16_t element;  // kWhole, kCount or an element index
+    };
+    static constexpr uint16_t kWhole = 0xFFFF;
+    static constexpr uint16_t kCount = 0xFFFE;
+    static constexpr unsigned kMaxDepth = 8;
+
+    const uint8_t *start;  // first byte of the input, set by whoever starts the read
+    Reason reason;
+    uint8_t depth;         // steps in path
+    bool pathCut;          // the path was deeper than kMaxDepth: outer steps missing
+    uint32_t tag;          // item number expected (frame: 0 or 1)
+    uint32_t offset;       // of the refused item from start; a body read in full: its length
+    uint64_t found;        // item number found; frame items: the value found
+    uint64_t length;       // the item's length as read
+    uint32_t left;         // bytes left, as the lines count them
+    uint32_t textLen;      // characters of a refused text, NUL not counted
+    uint32_t cap;          // its field, NUL included
+    Step path[kMaxDepth];  // innermost first
+
+    // Adds the enclosing level as a read unwinds.
+    void step(size_t field, uint32_t element)
+    {
+        if (depth == kMaxDepth) {
+            pathCut = true;
+            return;
+        }
+        path[depth++] = Step{(uint8_t)field, (uint16_t)element};
+    }
+};
+
+// Who reports an unserialize failure, from which base address (a record's
+// first item, or a message body's first byte), and where it is recorded.
 struct Reporter {
     FnName fn;
     const uint8_t *base;
+    ReadFailure *fail;
 };
 
 // The exported record operations: their own arguments first and the
@@ -72,9 +122,13 @@ inline uint32_t serialize(const TypeDesc &d, const void *rec, uint8_t **pos)
 {
     return recSerialize(rec, pos, d);
 }
-// Reads one record at *pos; end bounds every read (null: trust item lengths).
-uint32_t unserialize(const TypeDesc &d, void *rec, const uint8_t **pos, const uint8_t *end);
-// The same, reporting as `who` (message bodies report as the body callback).
+// Reads one record at *pos as its exported unserialize does; end bounds every
+// read (null: trust item lengths). When the bytes are refused, `fail` says
+// why and where; it is left alone otherwise.
+uint32_t readRecord(const TypeDesc &d, void *rec, const uint8_t **pos, const uint8_t *end,
+                    ReadFailure &fail);
+// The same, reporting as `who` (message bodies report as the body callback,
+// their offsets counted from who.fail->start).
 uint32_t unserializeAs(const TypeDesc &d, void *rec, const uint8_t **pos, const uint8_t *end,
                        Reporter who);
 
