@@ -9,6 +9,10 @@
 
 struct ivEmptyBody { IV_BODY_HEAD };
 
+// Describes a body's members, numbered from 3, after its head.
+#define IV_BODY(T, ...) \
+    IV_DESCRIBE(T, offsetof(T, ref) + sizeof(uint16_t), 2, __VA_ARGS__)
+
 // ---- commands -------------------------------------------------------------------
 struct ivReq_getAssocDevStats { IV_BODY_HEAD assocDevListReq req; };
 struct ivRes_getAssocDevStats { IV_BODY_HEAD assocDevListRet res; };

@@ -6,9 +6,9 @@
 #include "types/described.h"
 #include "wire/describe.h"
 
-IV_RECORD(ivNtfy_meshTUKExtenderPairing, IV_MEMBER(value, 3))
-IV_RECORD(ivNtfy_meshTUKClientsLowRSSI, IV_MEMBER(ntfy, 3))
-IV_RECORD(ivNtfy_beaconReport, IV_MEMBER(mac, 3), IV_MEMBER(value1, 4), IV_MEMBER(value2, 5))
+IV_BODY(ivNtfy_meshTUKExtenderPairing, IV_MEMBER(value, 3))
+IV_BODY(ivNtfy_meshTUKClientsLowRSSI, IV_MEMBER(ntfy, 3))
+IV_BODY(ivNtfy_beaconReport, IV_MEMBER(mac, 3), IV_MEMBER(value1, 4), IV_MEMBER(value2, 5))
 
 namespace {
 

@@ -9,7 +9,9 @@
 
 #include <stddef.h>
 
+#include <array>
 #include <type_traits>
+#include <utility>
 
 #include "wire/engine.h"
 
@@ -41,26 +43,66 @@ constexpr Form scalarForm()
 // Not constexpr: reaching it stops the compilation of a description.
 inline uint16_t offsetOrSizeTooLarge() { return 0; }
 constexpr uint16_t narrow16(size_t v) { return v < 0x10000 ? (uint16_t)v : offsetOrSizeTooLarge(); }
+inline uint8_t tagTooLarge() { return 0; }
+constexpr uint8_t narrow8(unsigned v) { return v < 0x100 ? (uint8_t)v : tagTooLarge(); }
+
+// Where a described member lies in its struct: what the layout checks
+// compare with the struct, never stored.
+struct Span {
+    size_t offset, size, align;
+    size_t inits;  // initializers it takes in a flat brace list: N for T[N], else 1
+};
+
+// A type's alignment as a struct member, which is not always alignof (a
+// 64-bit integer on i386: 8 alone, 4 in a struct).
+template <class M>
+struct AlignProbe {
+    char before;
+    M m;
+};
+template <class M>
+constexpr size_t memberAlign()
+{
+    return offsetof(AlignProbe<M>, m);
+}
 
 template <class M>
-constexpr Field member(size_t offset, unsigned tag, [[maybe_unused]] const char *name)
+constexpr Span spanOf(size_t offset)
 {
+    size_t inits = std::is_array_v<M> ? std::extent_v<M> : 1;
+    return Span{offset, sizeof(M), memberAlign<M>(), inits};
+}
+
+// A member's field and the one or two struct members it covers, in memory
+// order (a counted array covers its count and its elements).
+struct Described {
+    Field field;
+    Span first, second;  // second.size is 0 for a single member
+};
+
+template <class M>
+constexpr Described member(size_t offset, unsigned tag, [[maybe_unused]] const char *name)
+{
+    Span at = spanOf<M>(offset);
     if constexpr (std::is_array_v<M>) {
         static_assert(std::is_same_v<std::remove_extent_t<M>, char>, "a text is char[N]");
-        return Field{Form::Text, (uint8_t)tag, 0, 0, narrow16(offset), 0,
-                     narrow16(std::extent_v<M>), 0, nullptr IV_NAME_INIT(name)};
+        return {Field{Form::Text, narrow8(tag), 0, 0, narrow16(offset), 0,
+                      narrow16(std::extent_v<M>), 0, nullptr IV_NAME_INIT(name)},
+                at, {}};
     } else if constexpr (std::is_class_v<M>) {
-        return Field{Form::Record, (uint8_t)tag, 0, 0, narrow16(offset), 0, 0, 0,
-                     &Desc<M>::d IV_NAME_INIT(name)};
+        return {Field{Form::Record, narrow8(tag), 0, 0, narrow16(offset), 0, 0, 0,
+                      &Desc<M>::d IV_NAME_INIT(name)},
+                at, {}};
     } else {
-        return Field{scalarForm<M>(), (uint8_t)tag, 0, 0, narrow16(offset), 0, 0, 0,
-                     nullptr IV_NAME_INIT(name)};
+        return {Field{scalarForm<M>(), narrow8(tag), 0, 0, narrow16(offset), 0, 0, 0,
+                      nullptr IV_NAME_INIT(name)},
+                at, {}};
     }
 }
 
 template <class C, class A>
-constexpr Field counted(size_t countOffset, unsigned countTag, size_t offset, unsigned tag,
-                        [[maybe_unused]] const char *name)
+constexpr Described counted(size_t countOffset, unsigned countTag, size_t offset, unsigned tag,
+                            [[maybe_unused]] const char *name)
 {
     static_assert(std::is_same_v<C, uint8_t> || std::is_same_v<C, uint32_t>,
                   "a count is a u8 or a u32");
@@ -68,44 +110,147 @@ constexpr Field counted(size_t countOffset, unsigned countTag, size_t offset, un
     using E = std::remove_extent_t<A>;
     static_assert(std::is_class_v<E> || std::is_same_v<E, uint32_t>,
                   "array elements are records or u32");
-    Field f{Form::ArrayU32, (uint8_t)tag, (uint8_t)countTag, (uint8_t)sizeof(C),
+    Field f{Form::ArrayU32, narrow8(tag), narrow8(countTag), (uint8_t)sizeof(C),
             narrow16(offset), narrow16(countOffset), narrow16(std::extent_v<A>),
             narrow16(sizeof(E)), nullptr IV_NAME_INIT(name)};
     if constexpr (std::is_class_v<E>) {
         f.form = Form::ArrayRec;
         f.sub = &Desc<E>::d;
     }
-    return f;
+    Span count = spanOf<C>(countOffset), elements = spanOf<A>(offset);
+    // The count may be declared before or after its array.
+    if (countOffset < offset)
+        return {f, count, elements};
+    return {f, elements, count};
 }
 
 template <class A>
-constexpr Field table(size_t offset, unsigned tag, [[maybe_unused]] const char *name)
+constexpr Described table(size_t offset, unsigned tag, [[maybe_unused]] const char *name)
 {
     using E = std::remove_extent_t<A>;
     static_assert(std::is_array_v<A> && std::is_class_v<E>, "a table is an array of records");
-    return Field{Form::Table, (uint8_t)tag, 0, 0, narrow16(offset), 0,
-                 narrow16(std::extent_v<A>), narrow16(sizeof(E)), &Desc<E>::d IV_NAME_INIT(name)};
+    return {Field{Form::Table, narrow8(tag), 0, 0, narrow16(offset), 0, narrow16(std::extent_v<A>),
+                  narrow16(sizeof(E)), &Desc<E>::d IV_NAME_INIT(name)},
+            spanOf<A>(offset), {}};
 }
 
 // Tags run from 3 without a gap; a counted array covers two numbers.
-constexpr bool tagsInOrder(const Field *f, size_t n)
+template <size_t N>
+constexpr bool tagsInOrder(const Described (&d)[N])
 {
     unsigned next = 3;
-    for (size_t i = 0; i < n; ++i) {
-        bool counted = f[i].form == Form::ArrayRec || f[i].form == Form::ArrayU32;
+    for (const Described &m : d) {
+        const Field &f = m.field;
+        bool counted = f.form == Form::ArrayRec || f.form == Form::ArrayU32;
         if (counted) {
-            unsigned lo = f[i].countTag < f[i].tag ? f[i].countTag : f[i].tag;
-            unsigned hi = f[i].countTag < f[i].tag ? f[i].tag : f[i].countTag;
+            unsigned lo = f.countTag < f.tag ? f.countTag : f.tag;
+            unsigned hi = f.countTag < f.tag ? f.tag : f.countTag;
             if (lo != next || hi != next + 1)
                 return false;
             next += 2;
         } else {
-            if (f[i].tag != next)
+            if (f.tag != next)
                 return false;
             next += 1;
         }
     }
     return true;
+}
+
+constexpr size_t alignUp(size_t v, size_t a) { return (v + a - 1) / a * a; }
+
+// The struct members that the description covers, in description order.
+template <size_t N>
+struct Spans {
+    Span at[2 * N];
+    size_t n = 0;
+};
+
+template <size_t N>
+constexpr Spans<N> spansOf(const Described (&d)[N])
+{
+    Spans<N> s{};
+    for (const Described &m : d) {
+        s.at[s.n++] = m.first;
+        if (m.second.size)
+            s.at[s.n++] = m.second;
+    }
+    return s;
+}
+
+// Members are described in declaration order: offsets only grow.
+template <size_t N>
+constexpr bool inDeclarationOrder(const Described (&d)[N])
+{
+    Spans<N> s = spansOf(d);
+    for (size_t i = 1; i < s.n; ++i)
+        if (s.at[i].offset <= s.at[i - 1].offset)
+            return false;
+    return true;
+}
+
+// No member is skipped: each described member starts where the previous one
+// ends (after alignment), from `start` (0, or the end of a body's head) to
+// the end of the struct.
+template <size_t N>
+constexpr bool leavesNoGap(const Described (&d)[N], size_t start, size_t size, size_t align)
+{
+    Spans<N> s = spansOf(d);
+    size_t end = start;
+    for (size_t i = 0; i < s.n; ++i) {
+        if (s.at[i].offset != alignUp(end, s.at[i].align))
+            return false;
+        end = s.at[i].offset + s.at[i].size;
+    }
+    return alignUp(end, align) == size;
+}
+
+// A member small enough to hide in padding (a u8 between a u8 and a u32)
+// passes leavesNoGap; the number of initializers that the struct accepts in
+// a flat brace list counts it. Arrays take one initializer per element.
+struct AnyInit {
+    template <class U>
+    constexpr operator U() const;
+};
+
+template <size_t>
+using AnyInitAt = AnyInit;
+
+template <class T, size_t... I>
+constexpr auto takesInits(std::index_sequence<I...>) -> decltype(T{AnyInitAt<I>{}...}, true)
+{
+    return true;
+}
+template <class T>
+constexpr bool takesInits(...)
+{
+    return false;
+}
+
+template <size_t N>
+constexpr size_t initsOf(const Described (&d)[N], size_t headInits)
+{
+    size_t inits = headInits;
+    for (const Described &m : d)
+        inits += m.first.inits + (m.second.size ? m.second.inits : 0);
+    return inits;
+}
+
+template <class T, size_t K>
+constexpr bool takesExactly()
+{
+    return takesInits<T>(std::make_index_sequence<K>()) &&
+           !takesInits<T>(std::make_index_sequence<K + 1>());
+}
+
+// The engine stores descriptions in 16-bit sizes and counts, fields as an array.
+template <size_t N>
+constexpr std::array<Field, N> fieldsOf(const Described (&d)[N])
+{
+    std::array<Field, N> f{};
+    for (size_t i = 0; i < N; ++i)
+        f[i] = d[i].field;
+    return f;
 }
 
 }  // namespace iv
@@ -116,19 +261,36 @@ constexpr bool tagsInOrder(const Field *f, size_t n)
                                                               offsetof(Self, arr), tag, #arr)
 #define IV_TABLE(arr, tag) ::iv::table<decltype(Self::arr)>(offsetof(Self, arr), tag, #arr)
 
+// The checks of one description against its struct, with `start` the end of
+// what comes before the first described member and `headInits` its number of
+// initializers (0 and 0 for records, the head for message bodies).
+#define IV_CHECK_LAYOUT(T, all, start, headInits)                                          \
+    static_assert(::iv::tagsInOrder(all), #T ": member numbers must run from 3 in member order"); \
+    static_assert(::iv::inDeclarationOrder(all),                                            \
+                  #T ": members must be described in declaration order");                  \
+    static_assert(::iv::leavesNoGap(all, start, sizeof(T), ::iv::memberAlign<T>()),                     \
+                  #T ": a member is not described (gap between described members)");       \
+    static_assert(::iv::takesExactly<T, ::iv::initsOf(all, headInits)>(),                   \
+                  #T ": a member is not described (the struct has more members)");         \
+    static_assert(sizeof(T) < 0x10000 && sizeof all / sizeof all[0] < 0x10000,              \
+                  #T ": too large for a 16-bit size or member count");
+
 // Describes record type T; its fields in wire order.
-#define IV_RECORD(T, ...)                                                            \
-    namespace {                                                                      \
-    struct ivFields_##T {                                                            \
-        using Self = T;                                                              \
-        static constexpr ::iv::Field list[] = {__VA_ARGS__};                         \
-        static_assert(::iv::tagsInOrder(list, sizeof list / sizeof list[0]),         \
-                      #T ": member numbers must run from 3 in member order");        \
-    };                                                                               \
-    }                                                                                \
-    namespace iv {                                                                   \
-    template <>                                                                      \
-    const TypeDesc Desc<T>::d = {#T, ivFields_##T::list,                             \
-                                 (uint16_t)(sizeof ivFields_##T::list / sizeof(Field)), \
-                                 (uint16_t)sizeof(T)};                               \
+#define IV_RECORD(T, ...) IV_DESCRIBE(T, 0, 0, __VA_ARGS__)
+
+// The same for a struct whose first members (ending at `start`, taking
+// `headInits` initializers) are not described: a message body's head.
+#define IV_DESCRIBE(T, start, headInits, ...)                                              \
+    namespace {                                                                            \
+    struct ivFields_##T {                                                                  \
+        using Self = T;                                                                    \
+        static constexpr ::iv::Described all[] = {__VA_ARGS__};                            \
+        IV_CHECK_LAYOUT(T, all, start, headInits)                                          \
+        static constexpr auto list = ::iv::fieldsOf(all);                                  \
+    };                                                                                     \
+    }                                                                                      \
+    namespace iv {                                                                         \
+    template <>                                                                            \
+    const TypeDesc Desc<T>::d = {#T, ivFields_##T::list.data(),                            \
+                                 (uint16_t)ivFields_##T::list.size(), (uint16_t)sizeof(T)}; \
     }
