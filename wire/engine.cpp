@@ -56,6 +56,19 @@ inline bool short_of(const uint8_t *p, const uint8_t *end, uint32_t n)
     return end && (uint32_t)(end - p) < n;
 }
 
+// Whether the step over an item (its head and declared length) moves the
+// position forward. A step that overflows 32 bits is refused from the length
+// alone, so the same bytes fail on every target; on a 32-bit target a step
+// that would wrap the position round the address space, back behind it, is
+// refused as well. Lengths are otherwise trusted when there is no end.
+inline bool stepFits(const uint8_t *p, uint32_t head, uint32_t len)
+{
+    uint32_t step = head + len;
+    if (step < len)
+        return false;
+    return sizeof(uintptr_t) > 4 || step <= UINTPTR_MAX - (uintptr_t)p;
+}
+
 // The refusal of the item at p, recorded: the fields that the reason needs
 // are filled in by the caller, then report() logs the line from the record.
 ReadFailure &refusal(const Reporter &who, const uint8_t *p, ReadFailure::Reason why,
@@ -86,6 +99,10 @@ uint32_t report(const Reporter &who)
         IV_LOG(kErr, who.fn, "pBody(%p): Tl(%u-%u) -> Beyond end(%u)\n", base, f.tag,
                (uint32_t)f.length, f.left);
         break;
+    case ReadFailure::kNoStep:
+        IV_LOG(kErr, who.fn, "pBody(%p): Tl(%u-%u) -> Beyond end\n", base, f.tag,
+               (uint32_t)f.length);
+        break;
     case ReadFailure::kWrongTag:
         IV_LOG(kErr, who.fn, "pBody(%p): Tl(%llu-%llu) expectded(%u)\n", base,
                (unsigned long long)f.found, (unsigned long long)f.length, f.tag);
@@ -109,12 +126,14 @@ uint32_t truncated(const Reporter &who, const uint8_t *p, const uint8_t *end, ui
     return report(who);
 }
 
-uint32_t beyondEnd(const Reporter &who, const uint8_t *p, uint32_t tag, uint32_t len,
-                   uint32_t left)
+// An item that cannot be stepped over; with an end, the bytes left after its
+// head are recorded.
+uint32_t beyondEnd(const Reporter &who, const uint8_t *p, const uint8_t *end, uint32_t head,
+                   uint32_t tag, uint32_t len)
 {
-    ReadFailure &f = refusal(who, p, ReadFailure::kBeyondEnd, tag);
+    ReadFailure &f = refusal(who, p, end ? ReadFailure::kBeyondEnd : ReadFailure::kNoStep, tag);
     f.length = len;
-    f.left = left;
+    f.left = end ? (uint32_t)(end - p) - head : 0;
     return report(who);
 }
 
@@ -136,8 +155,9 @@ uint32_t readScalar64(const Reporter &who, const uint8_t *&p, const uint8_t *end
     if (t != tag)
         return wrongTag(who, p, tag, t, l);
     uint32_t skip = (uint32_t)l;
-    if (end && (short_of(p, end, 24) || skip > (uint32_t)(end - p) - 16))
-        return beyondEnd(who, p, tag, skip, (uint32_t)(end - p) - 16);
+    if (!stepFits(p, 16, skip) ||
+        (end && (short_of(p, end, 24) || skip > (uint32_t)(end - p) - 16)))
+        return beyondEnd(who, p, end, 16, tag, skip);
     value = rd64(p + 16);
     p += 16 + (size_t)skip;
     return 0;
@@ -150,7 +170,8 @@ inline bool scalar32Fits(const uint8_t *p, const uint8_t *end, uint32_t tag)
 {
     if (end && (uint32_t)(end - p) < 12)
         return false;
-    return rd32(p) == tag && (!end || rd32(p + 4) <= (uint32_t)(end - p) - 8);
+    uint32_t l = rd32(p + 4);
+    return rd32(p) == tag && (end ? l <= (uint32_t)(end - p) - 8 : stepFits(p, 8, l));
 }
 
 // The low half of the 64-bit length is what gets skipped.
@@ -158,7 +179,8 @@ inline bool scalar64Fits(const uint8_t *p, const uint8_t *end, uint32_t tag)
 {
     if (end && (uint32_t)(end - p) < 24)
         return false;
-    return rd64(p) == tag && (!end || rd32(p + 12) <= (uint32_t)(end - p) - 16);
+    uint32_t l = rd32(p + 12);
+    return rd64(p) == tag && (end ? l <= (uint32_t)(end - p) - 16 : stepFits(p, 16, l));
 }
 
 // The positions are kept in locals and returned: a position held in memory
@@ -463,8 +485,8 @@ uint32_t readScalar32(const Reporter &who, const uint8_t *&p, const uint8_t *end
     if (uint32_t rc = readHead32(who, p, end, tag, l))
         return rc;
     // The length is not compared with 4: whatever it declares is skipped.
-    if (end && (short_of(p, end, 12) || l > (uint32_t)(end - p) - 8))
-        return beyondEnd(who, p, tag, l, (uint32_t)(end - p) - 8);
+    if (!stepFits(p, 8, l) || (end && (short_of(p, end, 12) || l > (uint32_t)(end - p) - 8)))
+        return beyondEnd(who, p, end, 8, tag, l);
     value = rd32(p + 8);
     p += 8 + (size_t)l;
     return 0;
@@ -476,8 +498,8 @@ uint32_t readText(const Reporter &who, const uint8_t *&p, const uint8_t *end, ui
     uint32_t l;
     if (uint32_t rc = readHead32(who, p, end, tag, l))
         return rc;
-    if (short_of(p + 8, end, l))
-        return beyondEnd(who, p, tag, l, (uint32_t)(end - p) - 8);
+    if (!stepFits(p, 8, l) || short_of(p + 8, end, l))
+        return beyondEnd(who, p, end, 8, tag, l);
     // The scan never leaves the item, so a long text is measured in full.
     const uint8_t *nul = (const uint8_t *)memchr(p + 8, 0, l);
     if (!nul) {

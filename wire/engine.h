@@ -59,6 +59,7 @@ struct ReadFailure {
         kNone,          // nothing refused (a caller's initial value)
         kTruncated,     // fewer bytes left than the item's head
         kBeyondEnd,     // the item's length runs past the end of the input
+        kNoStep,        // no end: the item's length would not move the position forward
         kWrongTag,      // another item number than the member's
         kNoNul,         // a text item without its NUL
         kTextTooLong,   // a text longer than its field
