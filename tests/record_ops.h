@@ -3,6 +3,7 @@
 
 #include <string.h>
 
+#include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -30,6 +31,39 @@ struct Ops;
     };
 INTFVELMOR_RECORD_TYPES(IVT_OPS)
 #undef IVT_OPS
+
+// The same operations for a type known by its name only.
+struct AnyOps {
+    const char *name;
+    size_t size;
+    uint32_t (*copy)(void *dst, const void *src);
+    uint32_t (*lg)(const void *rec);
+    uint32_t (*ser)(const void *rec, uint8_t **pos);
+    uint32_t (*unser)(void *rec, const uint8_t **pos);
+    uint32_t (*unserBounded)(void *rec, const uint8_t **pos, const uint8_t *end);
+};
+
+inline const std::vector<AnyOps> &allOps()
+{
+#define IVT_ANY(T)                                                                             \
+    AnyOps{#T, sizeof(T),                                                                      \
+           [](void *d, const void *s) { return Ops<T>::copy((T *)d, (const T *)s); },          \
+           [](const void *r) { return Ops<T>::lg((const T *)r); },                            \
+           [](const void *r, uint8_t **p) { return Ops<T>::ser((const T *)r, p); },            \
+           [](void *r, const uint8_t **p) { return Ops<T>::unser((T *)r, p); },                \
+           [](void *r, const uint8_t **p, const uint8_t *e) { return Ops<T>::unserBounded((T *)r, p, e); }},
+    static const std::vector<AnyOps> all = {INTFVELMOR_RECORD_TYPES(IVT_ANY)};
+#undef IVT_ANY
+    return all;
+}
+
+inline const AnyOps *opsByName(const std::string &name)
+{
+    for (const AnyOps &o : allOps())
+        if (name == o.name)
+            return &o;
+    return nullptr;
+}
 
 // Serializes into a zero-filled buffer of exactly serialize_lg bytes and
 // checks that serialize moved the position by that length.

@@ -4,6 +4,8 @@
 #include <stdlib.h>
 #include <string.h>
 
+#include <sstream>
+
 #include "base/log.h"
 
 namespace ivtest {
@@ -89,6 +91,87 @@ std::vector<uint8_t> hex(const std::string &text)
         }
     }
     return out;
+}
+
+namespace {
+
+void put32(std::vector<uint8_t> &b, uint32_t v)
+{
+    for (int s = 24; s >= 0; s -= 8)
+        b.push_back((uint8_t)(v >> s));
+}
+
+uint64_t number(const std::string &s)
+{
+    return s[0] == '-' ? (uint64_t)(uint32_t)strtol(s.c_str(), nullptr, 0)
+                       : strtoull(s.c_str(), nullptr, 0);
+}
+
+void token(std::vector<uint8_t> &b, const std::string &t)
+{
+    size_t colon = t.find(':');
+    if (colon == std::string::npos || !strchr("swt", t[0])) {
+        std::vector<uint8_t> raw = hex(t);
+        EXPECT_EQ(t.size(), raw.size() * 2) << "bad wire token " << t;
+        b.insert(b.end(), raw.begin(), raw.end());
+        return;
+    }
+    std::string tags = t.substr(1, colon - 1), value = t.substr(colon + 1);
+    uint32_t from = (uint32_t)atoi(tags.c_str()), to = from;
+    if (size_t dash = tags.find('-'); dash != std::string::npos)
+        to = (uint32_t)atoi(tags.c_str() + dash + 1);
+    if (t[0] == 's') {
+        for (uint32_t tag = from; tag <= to; ++tag)
+            put32(b, tag), put32(b, 4), put32(b, (uint32_t)number(value));
+    } else if (t[0] == 'w') {
+        uint64_t v = number(value);
+        put32(b, 0), put32(b, from), put32(b, 0), put32(b, 8);
+        put32(b, (uint32_t)(v >> 32)), put32(b, (uint32_t)v);
+    } else {
+        if (size_t star = value.find('*'); star == 1)
+            value = std::string((size_t)atoi(value.c_str() + 2), value[0]);
+        uint32_t len = (((uint32_t)value.size() + 1) & ~3u) + 4;
+        put32(b, from), put32(b, len);
+        b.insert(b.end(), value.begin(), value.end());
+        b.insert(b.end(), len - value.size(), 0);
+    }
+}
+
+// Items up to the end or to the closing brace of a group.
+void items(std::vector<uint8_t> &b, std::istream &in)
+{
+    for (std::string t; in >> t;) {
+        if (t == "{") {
+            std::vector<uint8_t> group;
+            items(group, in);
+            std::string times;
+            in >> times;  // "*<n>" after the closing brace
+            for (int i = atoi(times.c_str() + 1); i > 0; --i)
+                b.insert(b.end(), group.begin(), group.end());
+        } else if (t == "}") {
+            return;
+        } else {
+            token(b, t);
+        }
+    }
+}
+
+}  // namespace
+
+std::vector<uint8_t> wire(const std::string &notation)
+{
+    // Braces stand apart from the items around them.
+    std::string spaced;
+    for (char c : notation) {
+        if (c == '{' || c == '}')
+            spaced += std::string(" ") + c + " ";
+        else
+            spaced += c;
+    }
+    std::istringstream in(spaced);
+    std::vector<uint8_t> b;
+    items(b, in);
+    return b;
 }
 
 std::string toHex(const uint8_t *p, size_t n)

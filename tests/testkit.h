@@ -26,6 +26,16 @@ std::vector<std::string> lines();
 std::vector<std::string> linesAt(int prio);
 
 std::vector<uint8_t> hex(const std::string &text);
+
+// Wire bytes as a peer writes them, from a compact notation:
+//   s<tag>:<v>      a scalar32 item (v decimal, 0x hex or negative)
+//   s<a>-<b>:<v>    one scalar32 item for each tag a..b, all carrying v
+//   w<tag>:<v>      a scalar64 item
+//   t<tag>:<text>   a string item: the text (<c>*<n> is n copies of c), its
+//                   NUL and zero pad bytes
+//   {...}*<n>       the items between the braces, n times
+//   anything else   raw bytes in hex
+std::vector<uint8_t> wire(const std::string &notation);
 std::string toHex(const uint8_t *p, size_t n);
 inline std::string toHex(const std::vector<uint8_t> &v) { return toHex(v.data(), v.size()); }
 
