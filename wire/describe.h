@@ -216,11 +216,15 @@ struct AnyInit {
 template <size_t>
 using AnyInitAt = AnyInit;
 
+// Brace elision is the point here.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wmissing-braces"
 template <class T, size_t... I>
 constexpr auto takesInits(std::index_sequence<I...>) -> decltype(T{AnyInitAt<I>{}...}, true)
 {
     return true;
 }
+#pragma GCC diagnostic pop
 template <class T>
 constexpr bool takesInits(...)
 {
