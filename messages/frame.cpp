@@ -48,6 +48,7 @@ void frameRefusal(ReadFailure &fail, ReadFailure::Reason why, uint32_t tag, uint
     fail.pathCut = false;
     fail.tag = tag;
     fail.offset = offset;
+    fail.base = 0;
     fail.found = found;
     fail.length = fail.left = fail.textLen = fail.cap = 0;
 }

@@ -328,7 +328,8 @@ class MalformedBytes(unittest.TestCase):
         self.assertRegex(err, r"failing item: v5 \(u32, item #5\)")
         self.assertEqual(stopped_at(err), 24)
         self.assertRegex(err, r"intfVelmor_ccaStats_unserialize\(\d+\): pBody\(0x[0-9a-f]+\): "
-                              r"Tl\(9-4\) expectded\(5\)\s+\[pBody = input\+0x0\]")
+                              r"Tl\(9-4\) expectded\(5\)")
+        self.assertIn("in record:    ccaStats from offset 0 (0x0)", err)
         self.assertEqual(re.findall(r"Type\((\d+)\) -> Error Before", err), ["6", "7"])
 
     def test_wrong_tag_inside_a_body(self):
@@ -337,7 +338,33 @@ class MalformedBytes(unittest.TestCase):
         err = self.refused(["-m", "getCCAStatistic", "-t", "res"], bytes(data), 4)
         self.assertIn("failing item: res.v5", err)
         self.assertEqual(stopped_at(err), 48)
-        self.assertIn("[pBody = input+0x18]", err)
+        self.assertIn("in record:    ccaStats from offset 24 (0x18)", err)
+
+    def test_member_paths_through_arrays_and_tables(self):
+        # A record element of a counted array, a u32 element, a count item.
+        station = scalar_item(3, 1) + scalar_item(4, 2) + scalar_item(5, 3) + text_item(6, b"ab")
+        bad = scalar_item(3, 1) + scalar_item(7, 2)
+        err = self.refused(["-r", "AftConfig"],
+                           scalar_item(3, 0) + scalar_item(4, 2) + station + bad, 4)
+        self.assertIn("failing item: stations[1].v4 (u32, item #4)", err)
+        self.assertEqual(stopped_at(err), 24 + len(station) + 12)
+        self.assertIn(f"in record:    AftSta from offset {24 + len(station)}", err)
+        err = self.refused(["-r", "RadioChannelCapabilitiesPerBandwidth"],
+                           scalar_item(3, 0) + scalar_item(4, 3) + scalar_item(5, 1)
+                           + scalar_item(6, 2), 4)
+        self.assertIn("failing item: values[1] (u32, item #5)", err)
+        self.assertEqual(stopped_at(err), 36)
+        err = self.refused(["-r", "AftConfig"], scalar_item(3, 0) + scalar_item(5, 2), 4)
+        self.assertIn("failing item: stationsCount (u32, item #4)", err)
+        # A fixed table's element, below a body member.
+        cfg = encode(["-r", "BandSteeringCfg"], {})
+        lo = len(scalar_item(3, 0)) + len(encode(["-r", "BSDCfg"], {}))
+        one = len(encode(["-r", "BSDItfCfg"], {}))
+        data = bytearray(cfg)
+        data[lo + 3 * one:lo + 3 * one + 4] = struct.pack(">I", 99)
+        err = self.refused(["-r", "BandSteeringCfg"], bytes(data), 4)
+        self.assertRegex(err, r"failing item: itfCfgs\[3\]\.\w+ \(")
+        self.assertEqual(stopped_at(err), lo + 3 * one)
 
     def test_text_too_long_for_its_field(self):
         data = frame(0x20171010, 1) + text_item(3, b"a" * 18) + scalar_item(4, 300)
@@ -374,10 +401,20 @@ class MalformedBytes(unittest.TestCase):
         self.assertIn("Type(3) -> Truncated(12)", err)
         self.assertIn("failing item: v3 (u64, item #3)", err)
 
-    def test_trailing_bytes_are_reported(self):
-        rc, out, err = run(["decode", "-r", "ccaStats"], hexof(CCA_RES[24:] + b"\xff"))
-        self.assertEqual(rc, 1)
+    def test_trailing_bytes_are_ignored_as_the_library_does(self):
+        rc, out, err = run(["decode", "--json", "-r", "ccaStats"], hexof(CCA_RES[24:] + b"\xff"))
+        self.assertEqual((rc, json.loads(out)["body"]["v7"]), (0, 5), err)
         self.assertIn("1 byte after offset 60 (0x3c) not read", err)
+        rc, out, err = run(["decode", "--json", "-m", "getCCAStatistic", "-t", "res"],
+                           hexof(CCA_RES + b"\0" * 5))
+        self.assertEqual((rc, json.loads(out)["body"]["res"]["v3"]), (0, 1), err)
+        self.assertIn("5 bytes after offset 84 (0x54) not read", err)
+        # Recognised by its frame, a body with bytes after it decodes too.
+        rc, out, err = run(["decode", "--json"], hexof(CCA_RES + b"\0" * 5))
+        self.assertEqual(rc, 0, err)
+        self.assertIn({"message": "getCCAStatistic", "type": "res",
+                       "body": {"res": {"v3": 1, "v4": 2, "v5": 3, "v6": 4, "v7": 5}}},
+                      json.loads(out) if out.startswith(b"[") else [json.loads(out)])
 
     def test_hex_input(self):
         for text, message in (("00 0", "odd number of hex digits"),

@@ -102,6 +102,8 @@ void jsonKey(std::string &out, const char *name, const char *suffix = "")
 
 }  // namespace
 
+const char *memberName(const TypeDesc &, const Field &f) { return f.name; }
+
 void printItem(std::string &out, int indent, const char *name, unsigned tag, uint32_t at,
                const std::string &value)
 {
@@ -159,7 +161,7 @@ uint32_t printTree(std::string &out, const TypeDesc &d, const void *rec, uint32_
         switch (f->form) {
         case Form::Record: {
             uint32_t len = iv::length(*f->sub, m);
-            lead(out, indent, f->name, f->tag, at);
+            lead(out, indent, memberName(d, *f), f->tag, at);
             appendf(out, "%s (%" PRIu32 " bytes)\n", f->sub->name, len);
             printTree(out, *f->sub, m, at, indent + 2);
             at += len;
@@ -167,7 +169,7 @@ uint32_t printTree(std::string &out, const TypeDesc &d, const void *rec, uint32_
         }
         case Form::Text: {
             size_t n = textLen(*f, m);
-            lead(out, indent, f->name, f->tag, at);
+            lead(out, indent, memberName(d, *f), f->tag, at);
             quote(out, (const char *)m, n, false);
             out += '\n';
             at += iv::textItemSize((uint32_t)n);
@@ -177,23 +179,23 @@ uint32_t printTree(std::string &out, const TypeDesc &d, const void *rec, uint32_
         case Form::ArrayU32: {
             uint32_t count = countOf(*f, base);
             uint32_t n = count < f->cap ? count : f->cap;
-            std::string countName = std::string(f->name) + "Count";
+            std::string countName = std::string(memberName(d, *f)) + "Count";
             lead(out, indent, countName.c_str(), f->countTag, at);
             appendf(out, "%" PRIu32 "\n", count);
             at += iv::kScalar32Size;
-            lead(out, indent, f->name, f->tag, at);
+            lead(out, indent, memberName(d, *f), f->tag, at);
             appendf(out, "%s[%" PRIu32 " of %u]\n",
                     f->form == Form::ArrayU32 ? "u32" : f->sub->name, n, (unsigned)f->cap);
             at = treeElements(out, *f, m, n, at, indent + 2);
             break;
         }
         case Form::Table:
-            lead(out, indent, f->name, f->tag, at);
+            lead(out, indent, memberName(d, *f), f->tag, at);
             appendf(out, "%s[%u]\n", f->sub->name, (unsigned)f->cap);
             at = treeElements(out, *f, m, f->cap, at, indent + 2);
             break;
         default:
-            lead(out, indent, f->name, f->tag, at);
+            lead(out, indent, memberName(d, *f), f->tag, at);
             scalar(out, f->form, m);
             out += '\n';
             at += f->form == Form::U64 ? iv::kScalar64Size : iv::kScalar32Size;
@@ -214,11 +216,11 @@ void printJson(std::string &out, const TypeDesc &d, const void *rec)
             out += ',';
         switch (f.form) {
         case Form::Record:
-            jsonKey(out, f.name);
+            jsonKey(out, memberName(d, f));
             printJson(out, *f.sub, m);
             break;
         case Form::Text:
-            jsonKey(out, f.name);
+            jsonKey(out, memberName(d, f));
             quote(out, (const char *)m, textLen(f, m), true);
             break;
         case Form::ArrayRec:
@@ -227,11 +229,11 @@ void printJson(std::string &out, const TypeDesc &d, const void *rec)
             uint32_t n = f.cap;
             if (f.form != Form::Table) {
                 uint32_t count = countOf(f, base);
-                jsonKey(out, f.name, "Count");
+                jsonKey(out, memberName(d, f), "Count");
                 appendf(out, "%" PRIu32 ",", count);
                 n = count < f.cap ? count : f.cap;
             }
-            jsonKey(out, f.name);
+            jsonKey(out, memberName(d, f));
             out += '[';
             for (uint32_t k = 0; k < n; ++k) {
                 if (k)
@@ -246,7 +248,7 @@ void printJson(std::string &out, const TypeDesc &d, const void *rec)
             break;
         }
         default:
-            jsonKey(out, f.name);
+            jsonKey(out, memberName(d, f));
             scalar(out, f.form, m);
             break;
         }

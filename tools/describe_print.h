@@ -13,11 +13,10 @@
 
 #include "wire/engine.h"
 
-#ifndef IV_MEMBER_NAMES
-#error "the printer needs the member names: link IntfVelmorTooling"
-#endif
-
 namespace ivtool {
+
+// The name of member f of d, from the tools' names table.
+const char *memberName(const iv::TypeDesc &d, const iv::Field &f);
 
 // Appends the members of `rec` (of type d), one per line, each indented by
 // `indent` spaces: name, member number, wire offset of its first item (hex),

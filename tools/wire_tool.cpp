@@ -9,13 +9,16 @@
 //   intfvelmor-wire template (--message NAME --type req|res | --record TYPE)
 //
 // Bytes are read as hex text (whitespace, ':', '|' ignored) or, with
-// --binary, as they are. Nothing here reads a wire item by itself: bodies
-// go through intfVelmor_unserializeBodyBounded and records through their
-// _unserialize_bounded; values are then printed by walking the descriptions.
+// --binary, as they are. Nothing here reads a wire item by itself: bodies go
+// once through the library's bounded body reader (the one behind
+// intfVelmor_unserializeBodyBounded and the body callbacks) and records
+// through the reader behind their _unserialize_bounded; only the frame's two
+// items are looked at first, to find the message. Values are then printed by
+// walking the descriptions.
 // Encoding fills the same structs from JSON and calls the library's
-// serializers. When the library refuses bytes, its own log lines (captured
-// from syslog) say why, and a replay of its readers over the input finds the
-// member and the offset at which it stopped.
+// serializers. When the library refuses bytes, the record that its reader
+// fills says why, at which offset and in which member; its own log lines
+// (taken through its log seam) are shown beside.
 #include <errno.h>
 #include <stdarg.h>
 #include <stdio.h>
@@ -48,13 +51,10 @@ struct LogLine {
 };
 
 std::vector<LogLine> gLog;
-bool gMuted = false;  // replays of the readers keep quiet
 
 // The library's lines, taken through its log seam instead of syslog.
 void capture(int prio, const char *line)
 {
-    if (gMuted)
-        return;
     std::string s = line;
     while (!s.empty() && s.back() == '\n')
         s.pop_back();
@@ -112,23 +112,18 @@ const std::vector<Message> &messages()
     return v;
 }
 
-using UnserializeFn = uint32_t (*)(void *, const uint8_t **, const uint8_t *);
 using SerializeFn = uint32_t (*)(const void *, uint8_t **);
 using LengthFn = uint32_t (*)(const void *);
 
 struct RecordType {
     const char *name;
     const TypeDesc *d;
-    UnserializeFn unserialize;  // intfVelmor_<T>_unserialize_bounded
     SerializeFn serialize;      // intfVelmor_<T>_serialize
     LengthFn length;            // intfVelmor_<T>_serialize_lg
 };
 
 #define IV_TOOL_RECORD(T)                                                                     \
     {#T, &iv::Desc<T>::d,                                                                     \
-     [](void *r, const uint8_t **p, const uint8_t *e) {                                       \
-         return intfVelmor_##T##_unserialize_bounded((T *)r, p, e);                           \
-     },                                                                                       \
      [](const void *r, uint8_t **p) { return intfVelmor_##T##_serialize((const T *)r, p); }, \
      [](const void *r) { return intfVelmor_##T##_serialize_lg((const T *)r); }},
 const RecordType kRecords[] = {INTFVELMOR_RECORD_TYPES(IV_TOOL_RECORD)};
@@ -291,15 +286,18 @@ std::string hexBytes(const uint8_t *p, size_t n)
     return s;
 }
 
-// ---- finding where the library stopped ---------------------------------------------
+// ---- where and why the library stopped ----------------------------------------------
 
-// Where a decode stopped: the read position the library's readers leave at
-// the failing item, and the member that item belongs to.
+// Where a decode stopped, from the library's failure record: the failing
+// item's offset (or, after a decode, the bytes it read) and its member.
 struct Stop {
     bool failed = false;
-    uint32_t offset = 0;  // failing item, or just past the last item read
-    std::string path;     // member path from the body or record
+    bool located = false;   // the library recorded the failing item
+    uint32_t offset = 0;    // failing item, or just past the last item read
+    uint32_t base = 0;      // first item of the record that reports the failure
+    std::string path;       // member path from the body or record
     std::string form;
+    std::string holder;     // type of the record that holds the failing item
     int tag = -1;
 };
 
@@ -308,130 +306,59 @@ std::string join(const std::string &path, const std::string &name)
     return path.empty() ? name : path + "." + name;
 }
 
-// Runs the library's readers over d one member at a time, as the record's
-// unserialize does, to name the member at which they stop. The readers are
-// the library's (the engine and the one-member descriptions built here), so
-// the replay stops exactly where the decode did.
-bool replay(const TypeDesc &d, uint8_t *rec, const uint8_t *&p, const uint8_t *start,
-            const uint8_t *end, const std::string &path, Stop &stop)
+// Names the member that the record's path leads to, from the root description
+// of the body's members (called `root`) or of the record.
+void follow(const iv::ReadFailure &fail, const TypeDesc *d, const char *root, Stop &stop)
 {
-    iv::ReadFailure record{};
-    record.start = start;
-    const iv::Reporter who{{"intfvelmor-wire", nullptr}, p, &record};
-    auto fail = [&](const uint8_t *at, const std::string &where, const std::string &form,
-                    int tag) {
-        stop.failed = true;
-        stop.offset = (uint32_t)(at - start);
-        stop.path = where;
-        stop.form = form;
-        stop.tag = tag;
-        return true;
-    };
-    for (const Field *f = d.fields, *e = f + d.count; f != e; ++f) {
-        uint8_t *m = rec + f->offset;
-        std::string here = join(path, f->name);
-        switch (f->form) {
-        case Form::Record:
-            if (replay(*f->sub, m, p, start, end, here, stop))
-                return true;
+    for (unsigned k = fail.depth; d && k-- > 0;) {
+        const iv::ReadFailure::Step &s = fail.path[k];
+        if (s.field >= d->count)
             break;
-        case Form::Table:
-            for (uint32_t i = 0; i < f->cap; ++i)
-                if (replay(*f->sub, m + (size_t)i * f->stride, p, start, end,
-                           here + format("[%u]", i), stop))
-                    return true;
-            break;
-        case Form::ArrayRec:
-        case Form::ArrayU32: {
-            const uint8_t *at = p;
-            uint32_t count;
-            if (iv::readScalar32(who, p, end, f->countTag, count))
-                return fail(at, here + "Count", f->countWidth == 1 ? "u8" : "u32", f->countTag);
-            if (f->countWidth == 1)
-                rec[f->countOffset] = (uint8_t)(count &= 0xff);
-            else
-                memcpy(rec + f->countOffset, &count, 4);
-            uint32_t n = count < f->cap ? count : f->cap;
-            for (uint32_t i = 0; i < n; ++i) {
-                std::string element = here + format("[%u]", i);
-                if (f->form == Form::ArrayRec) {
-                    if (replay(*f->sub, m + (size_t)i * f->stride, p, start, end, element, stop))
-                        return true;
-                    continue;
-                }
-                at = p;
-                uint32_t v;
-                if (iv::readScalar32(who, p, end, f->tag, v))
-                    return fail(at, element, "u32", f->tag);
-            }
+        const Field &f = d->fields[s.field];
+        std::string name = ivtool::memberName(*d, f);
+        stop.holder = k + 1 == fail.depth ? root : d->name;
+        if (s.element == iv::ReadFailure::kCount) {
+            stop.path = join(stop.path, name + "Count");
+            stop.form = f.countWidth == 1 ? "u8" : "u32";
             break;
         }
-        default: {
-            // One member read as a record of that member alone.
-            const TypeDesc one{d.name, f, 1, d.size};
-            const uint8_t *at = p;
-            if (iv::readRecord(one, rec, &p, end, record))
-                return fail(at, here, ivtool::formName(*f), f->tag);
-            break;
+        if (s.element == iv::ReadFailure::kWhole) {
+            stop.path = join(stop.path, name);
+            stop.form = ivtool::formName(f);
+        } else {
+            stop.path = join(stop.path, name + format("[%u]", (unsigned)s.element));
+            stop.form = f.form == Form::ArrayU32 ? "u32" : f.sub->name;
         }
-        }
+        d = f.sub;
     }
-    return false;
+    if (fail.pathCut)
+        stop.path = "..." + stop.path;
 }
 
-Stop replayRecord(const TypeDesc &d, const uint8_t *start, const uint8_t *from,
-                  const uint8_t *end, const std::string &root)
+Stop stopOf(uint32_t rc, const iv::ReadFailure &fail, const TypeDesc *members,
+            const Message *msg)
 {
-    std::vector<uint64_t> scratch(d.size / 8 + 1, 0);
     Stop stop;
-    const uint8_t *p = from;
-    gMuted = true;
-    replay(d, (uint8_t *)scratch.data(), p, start, end, root, stop);
-    gMuted = false;
-    if (!stop.failed)
-        stop.offset = (uint32_t)(p - start);
+    stop.failed = rc != 0;
+    if (!stop.failed || fail.reason == iv::ReadFailure::kNone)
+        return stop;
+    stop.located = true;
+    stop.offset = fail.offset;
+    stop.base = fail.base;
+    stop.tag = (int)fail.tag;
+    if (msg && fail.depth == 0 && fail.tag < 2) {  // the frame's items
+        stop.path = fail.tag == 0 ? "magic" : "stamp";
+        stop.form = format("item %u", fail.tag);
+        if (fail.reason == iv::ReadFailure::kForeignMagic)
+            stop.form = format("item 0 holds 0x%08x, %s has 0x%08x", (unsigned)fail.found,
+                               msg->m->name, msg->m->magic);
+        else if (fail.reason == iv::ReadFailure::kWrongStamp)
+            stop.form = format("item 1 holds %u, %s carries %u", (unsigned)fail.found,
+                               msg->m->name, (unsigned)msg->m->stamp);
+        return stop;
+    }
+    follow(fail, members, msg ? "the body" : members->name, stop);
     return stop;
-}
-
-// The frame of a body: item 0 carries the magic, item 1 the stamp.
-Stop replayBody(const Message &msg, int32_t type, const uint8_t *start, const uint8_t *end)
-{
-    iv::ReadFailure fail{};
-    fail.start = start;
-    const iv::Reporter who{{"intfvelmor-wire", nullptr}, start, &fail};
-    Stop stop;
-    const uint8_t *p = start;
-    uint32_t v = 0;
-    gMuted = true;
-    bool bad = iv::readScalar32(who, p, end, 0, v);
-    gMuted = false;
-    if (bad || v != msg.m->magic) {
-        stop.failed = true;
-        stop.path = "magic";
-        stop.form = bad ? "item 0" : format("item 0 holds 0x%08x, %s has 0x%08x", v, msg.m->name,
-                                            msg.m->magic);
-        stop.tag = 0;
-        return stop;
-    }
-    const uint8_t *item1 = p;
-    gMuted = true;
-    bad = iv::readScalar32(who, p, end, 1, v);
-    gMuted = false;
-    if (bad || (uint16_t)v != msg.m->stamp) {
-        stop.failed = true;
-        stop.offset = (uint32_t)(item1 - start);
-        stop.path = "stamp";
-        stop.form = bad ? "item 1"
-                        : format("item 1 holds %u, %s carries %u", v, msg.m->name,
-                                 (unsigned)msg.m->stamp);
-        stop.tag = 1;
-        return stop;
-    }
-    if (!msg.m->members[type]) {
-        stop.offset = (uint32_t)(p - start);
-        return stop;
-    }
-    return replayRecord(*msg.m->members[type], start, p, end, "");
 }
 
 // ---- decoding -------------------------------------------------------------------------
@@ -443,6 +370,7 @@ struct Decoded {
     uint32_t rc = 0;
     void *value = nullptr;  // the library's body, or the record filled by it
     std::vector<LogLine> log;
+    iv::ReadFailure fail{};  // what the library recorded when it refused the bytes
     Stop stop;
     std::vector<uint8_t> canonical;  // the library's encoding of what was decoded
 
@@ -453,7 +381,7 @@ struct Decoded {
     {
         std::swap(msg, o.msg), std::swap(rec, o.rec), std::swap(type, o.type);
         std::swap(rc, o.rc), std::swap(value, o.value), std::swap(log, o.log);
-        std::swap(stop, o.stop), std::swap(canonical, o.canonical);
+        std::swap(fail, o.fail), std::swap(stop, o.stop), std::swap(canonical, o.canonical);
         return *this;
     }
     ~Decoded()
@@ -468,6 +396,7 @@ struct Decoded {
     std::string name() const { return msg ? title(*msg, type) : std::string(rec->name); }
 };
 
+// One run of the library's bounded body reader, as the body callback runs it.
 Decoded decodeBody(const Message &msg, int32_t type, const std::vector<uint8_t> &in)
 {
     Decoded r;
@@ -477,24 +406,23 @@ Decoded decodeBody(const Message &msg, int32_t type, const std::vector<uint8_t> 
     gLog.clear();
     void *body = nullptr;
     uint32_t size = 0;
-    r.rc = intfVelmor_unserializeBodyBounded(msg.entry->unserializeBody, type, start, end, &body,
-                                             &size);
+    r.rc = iv::readBody(*msg.m, type, start, end, &body, &size, r.fail);
     r.log = gLog;
-    if (r.rc == 0)
-        r.value = body;
-    r.stop = replayBody(msg, type, start, end);
+    r.stop = stopOf(r.rc, r.fail, msg.m->members[type], &msg);
     if (r.ok()) {
+        r.value = body;
+        r.stop.offset = r.fail.offset;  // the body's length
         uint8_t *buf = nullptr;
         uint32_t len = 0;
-        gMuted = true;
         if (msg.entry->serializeBody(type, body, &buf, &len) == 0)
             r.canonical.assign(buf, buf + len);
-        gMuted = false;
         free(buf);
+        gLog.clear();
     }
     return r;
 }
 
+// One run of the record's bounded reader.
 Decoded decodeRecord(const RecordType &t, const std::vector<uint8_t> &in)
 {
     Decoded r;
@@ -505,17 +433,11 @@ Decoded decodeRecord(const RecordType &t, const std::vector<uint8_t> &in)
         reject("out of memory");
     const uint8_t *pos = start;
     gLog.clear();
-    r.rc = t.unserialize(r.value, &pos, end);
+    r.rc = iv::readRecord(*t.d, r.value, &pos, end, r.fail);
     r.log = gLog;
-    r.stop = replayRecord(*t.d, start, start, end, "");
-    // The library's own read position wins; the replay only names the member.
-    uint32_t at = (uint32_t)(pos - start);
-    if (r.stop.offset != at || r.stop.failed != !r.ok()) {
-        r.stop = Stop{};
-        r.stop.failed = !r.ok();
-        r.stop.offset = at;
-    }
+    r.stop = stopOf(r.rc, r.fail, t.d, nullptr);
     if (r.ok()) {
+        r.stop.offset = (uint32_t)(pos - start);
         r.canonical.assign(t.length(r.value), 0);
         uint8_t *w = r.canonical.data();
         if (t.serialize(r.value, &w))
@@ -524,61 +446,36 @@ Decoded decodeRecord(const RecordType &t, const std::vector<uint8_t> &in)
     return r;
 }
 
-// A line of the library with its record addresses also told as input offsets.
-std::string annotate(const std::string &line, const std::vector<uint8_t> &in)
-{
-    std::string out = line;
-    size_t at = line.find("pBody(0x");
-    if (at == std::string::npos)
-        return out;
-    uintptr_t addr = (uintptr_t)strtoull(line.c_str() + at + 6, nullptr, 16);
-    uintptr_t lo = (uintptr_t)in.data(), hi = lo + in.size();
-    if (addr >= lo && addr <= hi)
-        out += format("   [pBody = input+0x%zx]", (size_t)(addr - lo));
-    return out;
-}
-
-std::string logText(const std::vector<LogLine> &log, const std::vector<uint8_t> &in,
-                    const char *indent)
+std::string logText(const std::vector<LogLine> &log, const char *indent)
 {
     std::string out;
     for (const LogLine &l : log)
-        out += format("%s<%d> ", indent, l.prio) + annotate(l.text, in) + "\n";
+        out += format("%s<%d> ", indent, l.prio) + l.text + "\n";
     return out;
 }
 
-// Why the library stopped, in a few words, from its first line.
+// Why the library stopped, in a few words, from its record.
 std::string reason(const Decoded &r)
 {
-    if (r.stop.tag == 0 && r.stop.form.rfind("item 0 holds", 0) == 0)
-        return "another message's magic: " + r.stop.form;
-    if (r.stop.tag == 1 && r.stop.form.rfind("item 1 holds", 0) == 0)
-        return "another stamp: " + r.stop.form;
-    for (const LogLine &l : r.log) {
-        const std::string &t = l.text;
-        unsigned a, b, c;
-        size_t k;
-        if ((k = t.find("Tl(")) != std::string::npos && t.find("expectded") != std::string::npos) {
-            unsigned long long tag, len;
-            if (sscanf(t.c_str() + k, "Tl(%llu-%llu) expectded(%u)", &tag, &len, &c) == 3)
-                return format("wrong item number: found %llu (length %llu), expected %u", tag, len,
-                              c);
-        }
-        if ((k = t.find("lgChainIn(")) != std::string::npos &&
-            sscanf(t.c_str() + k, "lgChainIn(%u) lgMaxChainOut(%u)", &a, &b) == 2)
-            return format("text of %u characters does not fit its char[%u]", a - 1, b);
-        if ((k = t.find("-> Truncated(")) != std::string::npos &&
-            sscanf(t.c_str() + k, "-> Truncated(%u)", &a) == 1)
-            return format("the input ends inside the item (%u bytes left from its start)", a);
-        if ((k = t.find("-> Beyond end(")) != std::string::npos &&
-            sscanf(t.c_str() + k, "-> Beyond end(%u)", &a) == 1 &&
-            sscanf(t.c_str() + t.find("Tl("), "Tl(%u-%u)", &b, &c) == 2)
-            return format("the item's length %u runs past the end of the input (%u bytes left)", c,
-                          a);
-        if (t.find("-> No NUL") != std::string::npos)
-            return "a text without its NUL inside its item";
+    const iv::ReadFailure &f = r.fail;
+    if (!r.stop.located)
+        return codeMeaning(r.rc);
+    switch (f.reason) {
+    case iv::ReadFailure::kForeignMagic: return "another message's magic: " + r.stop.form;
+    case iv::ReadFailure::kWrongStamp: return "another stamp: " + r.stop.form;
+    case iv::ReadFailure::kWrongTag:
+        return format("wrong item number: found %llu (length %llu), expected %u",
+                      (unsigned long long)f.found, (unsigned long long)f.length, f.tag);
+    case iv::ReadFailure::kTextTooLong:
+        return format("text of %u characters does not fit its char[%u]", f.textLen, f.cap);
+    case iv::ReadFailure::kTruncated:
+        return format("the input ends inside the item (%u bytes left from its start)", f.left);
+    case iv::ReadFailure::kBeyondEnd:
+        return format("the item's length %u runs past the end of the input (%u bytes left)",
+                      (unsigned)f.length, f.left);
+    case iv::ReadFailure::kNoNul: return "a text without its NUL inside its item";
+    default: return codeMeaning(r.rc);
     }
-    return codeMeaning(r.rc);
 }
 
 // The full account of a refusal.
@@ -586,15 +483,18 @@ std::string diagnosis(const Decoded &r, const std::vector<uint8_t> &in)
 {
     std::string out = format("%s: refused with code %u (%s)\n", r.name().c_str(), r.rc,
                              codeMeaning(r.rc));
-    if (r.stop.failed) {
+    if (r.stop.located) {
         std::string item = r.stop.path.empty() ? "(member not located)" : r.stop.path;
-        if (r.stop.tag == 0 || r.stop.tag == 1)
+        if (r.stop.path == "magic" || r.stop.path == "stamp")
             item += format(" (frame item %d)", r.stop.tag);
         else if (!r.stop.form.empty())
             item += format(" (%s, item #%d)", r.stop.form.c_str(), r.stop.tag);
         out += "  failing item: " + item + "\n";
         out += format("  at offset:    %u (0x%x) of %zu bytes\n", r.stop.offset, r.stop.offset,
                       in.size());
+        if (!r.stop.holder.empty())
+            out += format("  in record:    %s from offset %u (0x%x), its lines' pBody\n",
+                          r.stop.holder.c_str(), r.stop.base, r.stop.base);
         size_t left = in.size() - r.stop.offset;
         out += "  bytes there:  " +
                (left ? hexBytes(in.data() + r.stop.offset, left < 16 ? left : 16) +
@@ -606,11 +506,13 @@ std::string diagnosis(const Decoded &r, const std::vector<uint8_t> &in)
     if (r.log.empty())
         out += "  library log:  (no line)\n";
     else
-        out += "  library log:\n" + logText(r.log, in, "    ");
+        out += "  library log:\n" + logText(r.log, "    ");
     return out;
 }
 
-// A decode that read every byte is a fit; one that stopped early left bytes over.
+// A decode that read every byte is a fit. The library reads a body or a
+// record up to its last member and ignores what follows: a decode that
+// leaves bytes over is accepted too, with a note.
 bool readAllBytes(const Decoded &r, const std::vector<uint8_t> &in)
 {
     return r.ok() && r.stop.offset == in.size();
@@ -620,9 +522,10 @@ std::string notes(const Decoded &r, const std::vector<uint8_t> &in)
 {
     std::string out;
     if (r.ok() && r.stop.offset < in.size())
-        out += format("%s: %zu byte%s after offset %u (0x%x) not read\n", r.name().c_str(),
-                      in.size() - r.stop.offset, in.size() - r.stop.offset == 1 ? "" : "s",
-                      r.stop.offset, r.stop.offset);
+        out += format("%s: %zu byte%s after offset %u (0x%x) not read: the library ignores bytes "
+                      "after the last member\n",
+                      r.name().c_str(), in.size() - r.stop.offset,
+                      in.size() - r.stop.offset == 1 ? "" : "s", r.stop.offset, r.stop.offset);
     // What was read, against the library's encoding of the values it gave.
     size_t read = r.stop.offset;
     if (r.ok() && (r.canonical.size() != read || memcmp(r.canonical.data(), in.data(), read))) {
@@ -717,16 +620,16 @@ int decodeMessages(const Options &o, const std::vector<uint8_t> &in)
                 candidates.push_back({&msg, iv::kRes});
         }
     } else {
-        // The frame's two items name the message, read by the library's reader.
+        // The frame's two items name the message, read by the library's item
+        // reader; the lines of this look are not the decode's.
         iv::ReadFailure fail{};
         fail.start = in.data();
         const iv::Reporter who{{"intfvelmor-wire", nullptr}, in.data(), &fail};
         const uint8_t *p = in.data(), *end = p + in.size();
         uint32_t magic = 0, stamp = 0;
-        gMuted = true;
         bool magicRead = !iv::readScalar32(who, p, end, 0, magic);
         bool bad = !magicRead || iv::readScalar32(who, p, end, 1, stamp);
-        gMuted = false;
+        gLog.clear();
         // An unreadable frame stops the library at the same item for every
         // message with this magic, and for any message when item 0 is bad.
         const Message *probe = magicRead ? nullptr : &messages()[0];
@@ -777,8 +680,9 @@ int decodeMessages(const Options &o, const std::vector<uint8_t> &in)
         else if (r.ok())
             partial.push_back(&r);
     }
-    // A decode that leaves bytes over is shown only when it was the one asked for.
-    const std::vector<const Decoded *> &shown = fits.empty() && results.size() == 1 ? partial : fits;
+    // The library accepts a body with bytes after it: such a decode is shown
+    // when none reads every byte.
+    const std::vector<const Decoded *> &shown = fits.empty() ? partial : fits;
 
     std::string out, err;
     if (results.size() > 1) {
@@ -804,10 +708,7 @@ int decodeMessages(const Options &o, const std::vector<uint8_t> &in)
             if (!r.ok())
                 err += diagnosis(r, in);
         fputs(out.c_str(), stdout);
-        fprintf(stderr, "intfvelmor-wire: %s\n%s",
-                partial.empty() ? "the bytes do not decode"
-                                : format("no candidate reads all %zu bytes", in.size()).c_str(),
-                err.c_str());
+        fprintf(stderr, "intfvelmor-wire: the bytes do not decode\n%s", err.c_str());
         return 1;
     }
     if (fits.empty())  // nothing read every byte: why the others stopped
@@ -825,12 +726,12 @@ int decodeMessages(const Options &o, const std::vector<uint8_t> &in)
     if (o.json)
         out += dumpJson(all.size() == 1 ? all[0] : all, o);
     if (shown.size() > 1)
-        err += format("intfvelmor-wire: %zu candidates fit; name one with --message NAME --type "
+        err += format("intfvelmor-wire: %zu candidates %s; name one with --message NAME --type "
                       "req|res\n",
-                      shown.size());
+                      shown.size(), fits.empty() ? "decode" : "fit");
     fputs(out.c_str(), stdout);
     fputs(err.c_str(), stderr);
-    return fits.empty() ? 1 : 0;
+    return 0;
 }
 
 int decodeOneRecord(const Options &o, const std::vector<uint8_t> &in)
@@ -847,7 +748,7 @@ int decodeOneRecord(const Options &o, const std::vector<uint8_t> &in)
         show(r, in, o, out);
     fputs(out.c_str(), stdout);
     fputs(notes(r, in).c_str(), stderr);
-    return readAllBytes(r, in) ? 0 : 1;
+    return 0;
 }
 
 // ---- encoding -------------------------------------------------------------------------
@@ -954,8 +855,8 @@ std::string memberList(const TypeDesc &d)
         if (!s.empty())
             s += ", ";
         if (f->form == Form::ArrayRec || f->form == Form::ArrayU32)
-            s += std::string(f->name) + "Count, ";
-        s += f->name;
+            s += std::string(ivtool::memberName(d, *f)) + "Count, ";
+        s += ivtool::memberName(d, *f);
     }
     return s.empty() ? "none" : s;
 }
@@ -980,17 +881,18 @@ void fillRecord(const TypeDesc &d, uint8_t *base, const json &j, const std::stri
     for (auto it = j.begin(); it != j.end(); ++it) {
         bool known = false;
         for (const Field *f = d.fields, *e = f + d.count; f != e && !known; ++f)
-            known = it.key() == f->name ||
+            known = it.key() == ivtool::memberName(d, *f) ||
                     ((f->form == Form::ArrayRec || f->form == Form::ArrayU32) &&
-                     it.key() == std::string(f->name) + "Count");
+                     it.key() == std::string(ivtool::memberName(d, *f)) + "Count");
         if (!known)
             reject(join(path, it.key()) + ": " + d.name + " has no such member (its members: " +
                    memberList(d) + ")");
     }
     for (const Field *f = d.fields, *e = f + d.count; f != e; ++f) {
         uint8_t *m = base + f->offset;
-        std::string here = join(path, f->name);
-        auto it = j.find(f->name);
+        const char *name = ivtool::memberName(d, *f);
+        std::string here = join(path, name);
+        auto it = j.find(name);
         const json *v = it == j.end() ? nullptr : &*it;
         switch (f->form) {
         case Form::Record:
@@ -1016,7 +918,7 @@ void fillRecord(const TypeDesc &d, uint8_t *base, const json &j, const std::stri
         case Form::ArrayRec:
         case Form::ArrayU32: {
             std::string countName = here + "Count";
-            auto ci = j.find(std::string(f->name) + "Count");
+            auto ci = j.find(std::string(name) + "Count");
             if (v && !v->is_array())
                 reject(here + ": expected an array, got " + kindOf(*v));
             size_t given = v ? v->size() : 0;
@@ -1039,7 +941,7 @@ void fillRecord(const TypeDesc &d, uint8_t *base, const json &j, const std::stri
             uint32_t travel = count < f->cap ? count : f->cap;
             if (given != travel)
                 reject(here + format(": %s %u makes %u elements travel, %zu given",
-                                     (std::string(f->name) + "Count").c_str(), count, travel,
+                                     (std::string(name) + "Count").c_str(), count, travel,
                                      given));
             for (size_t i = 0; i < given; ++i)
                 fillElement(*f, m + i * f->stride, (*v)[i], here + format("[%zu]", i));
@@ -1178,7 +1080,7 @@ std::vector<uint8_t> encode(const Target &t)
     uint32_t rc = t.msg->entry->serializeBody(t.type, body.data(), &buf, &len);
     if (rc)
         reject(format("%s: serializeBody failed with %u\n", title(*t.msg, t.type).c_str(), rc) +
-               logText(gLog, {}, "  "));
+               logText(gLog, "  "));
     out.assign(buf, buf + len);
     free(buf);
     return out;
@@ -1220,9 +1122,10 @@ int templateCommand(const Options &o)
 
 // ---- list ---------------------------------------------------------------------------
 
-json fieldJson(const Field &f)
+json fieldJson(const TypeDesc &d, const Field &f)
 {
-    json j = {{"name", f.name}, {"tag", f.tag}};
+    const char *name = ivtool::memberName(d, f);
+    json j = {{"name", name}, {"tag", f.tag}};
     switch (f.form) {
     case Form::Text: j["form"] = "text", j["capacity"] = f.cap; break;
     case Form::Record: j["form"] = "record", j["type"] = f.sub->name; break;
@@ -1234,7 +1137,7 @@ json fieldJson(const Field &f)
         j["form"] = "array";
         j["element"] = f.form == Form::ArrayU32 ? "u32" : f.sub->name;
         j["max"] = f.cap;
-        j["count"] = {{"name", std::string(f.name) + "Count"},
+        j["count"] = {{"name", std::string(name) + "Count"},
                       {"tag", f.countTag},
                       {"form", f.countWidth == 1 ? "u8" : "u32"}};
         break;
@@ -1247,7 +1150,7 @@ json membersJson(const TypeDesc *d)
 {
     json a = json::array();
     for (uint16_t i = 0; d && i < d->count; ++i)
-        a.push_back(fieldJson(d->fields[i]));
+        a.push_back(fieldJson(*d, d->fields[i]));
     return a;
 }
 
@@ -1266,7 +1169,7 @@ std::string membersText(const TypeDesc *d)
         return "none";
     std::string s;
     for (uint16_t i = 0; i < d->count; ++i)
-        s += format("%s%s %s", i ? ", " : "", d->fields[i].name,
+        s += format("%s%s %s", i ? ", " : "", ivtool::memberName(*d, d->fields[i]),
                     ivtool::formName(d->fields[i]).c_str());
     return s;
 }

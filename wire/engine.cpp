@@ -80,6 +80,7 @@ ReadFailure &refusal(const Reporter &who, const uint8_t *p, ReadFailure::Reason 
     f.pathCut = false;
     f.tag = tag;
     f.offset = (uint32_t)(p - f.start);
+    f.base = (uint32_t)(who.base - f.start);
     f.found = tag;
     f.length = f.left = f.textLen = f.cap = 0;
     return f;

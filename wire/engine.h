@@ -82,6 +82,7 @@ struct ReadFailure {
     bool pathCut;          // the path was deeper than kMaxDepth: outer steps missing
     uint32_t tag;          // item number expected (frame: 0 or 1)
     uint32_t offset;       // of the refused item from start; a body read in full: its length
+    uint32_t base;         // of the record that reports it (its pBody) from start
     uint64_t found;        // item number found; frame items: the value found
     uint64_t length;       // the item's length as read
     uint32_t left;         // bytes left, as the lines count them
