@@ -474,6 +474,9 @@ std::string reason(const Decoded &r)
         return format("the item's length %u runs past the end of the input (%u bytes left)",
                       (unsigned)f.length, f.left);
     case iv::ReadFailure::kNoNul: return "a text without its NUL inside its item";
+    case iv::ReadFailure::kNoStep:
+        return format("the item's length %u would take the read past any end",
+                      (unsigned)f.length);
     default: return codeMeaning(r.rc);
     }
 }
