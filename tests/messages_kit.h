@@ -158,6 +158,222 @@ void *fnp(F *f)
     return reinterpret_cast<void *>(f);
 }
 
+// ---- every command and notification, with filled members --------------------------
+constexpr uint32_t kCliRef = 0xC11E0001;  // word1 of sendReq: the callback's reference
+
+using ModSrvFn = uint32_t (*)(void *user, uint32_t w1, uint32_t w2, uint32_t w3);
+using SubscribeFn = uint32_t (*)(void *user, uint32_t w1, uint32_t w2, uint32_t w3,
+                                 const char *busName, void *userName);
+
+// One command: how it is served, asked and answered, and what the handler and
+// the callback receive and the wire carries (members after the frame).
+struct Command {
+    uint32_t index;
+    std::string name;
+    ModSrvFn modSrv;
+    void *handler;  // onRequest with the command's arguments
+    std::function<uint32_t(void *client)> send;
+    std::function<void(void *ctx)> answer;
+    Strings handled, answered;
+    Bytes reqMembers, resMembers;
+};
+
+struct Notification {
+    uint32_t index;
+    std::string name, sendName;
+    SubscribeFn subscribe;
+    void *handler;
+    std::function<void(void *srv)> publish;
+    Strings members;
+    Bytes bytes;  // the whole body
+};
+
+// Counts above their bounds travel unchanged; texts longer than their
+// fields go out cut.
+inline const std::vector<Command> &commands()
+{
+    static const std::vector<Command> list = [] {
+        auto devReq = patterned<assocDevListReq>(1, [](auto &r) { r.devicesCount = 150; });
+        auto devRet = patterned<assocDevListRet>(2, [](auto &r) { r.devicesCount = 2; });
+        const std::string radioName(70, 'r');
+        auto radio = patterned<RadioDef>(3);
+        auto radioCap = patterned<RadioCapacity>(
+            4, [](auto &r) { r.radioChannelCapabilities.bandwidthsCount = 9; });
+        const std::string full(63, 'a'), cut(64, 'b');
+        auto apCap = patterned<APCapacity>(5);
+        auto probes = patterned<ProbeRequestList>(6, [](auto &r) { r.probesCount = 101; });
+        auto macs = patterned<MacFilterList>(7, [](auto &r) { r.macsCount = 50; });
+        auto apCfg = patterned<APCfg>(8, [](auto &r) { r.macFilterList.macsCount = 60; });
+        auto apRet = patterned<APCfgRet>(9);
+        auto wps = patterned<APBackHaulWPSCfg>(10);
+        auto bssReq = patterned<bssTransitionRequest>(
+            11, [](auto &r) { r.actionFrame.candidatesCount = 11; });
+        auto bssRes = patterned<bssTransitionResponse>(12);
+        auto staReq = patterned<assocDevListReq>(13, [](auto &r) { r.devicesCount = 0; });
+        auto staRet = patterned<assocDevListRet>(14, [](auto &r) { r.devicesCount = 100; });
+        auto beaconReq = patterned<BeaconRequestCfg>(15, [](auto &r) { r.apsCount = 31; });
+        auto beaconRep = patterned<beaconReport>(16, [](auto &r) { r.eltsCount = 101; });
+        auto beaconIE = patterned<BeaconIECfg>(17);
+        auto channels = patterned<channelReport>(18, [](auto &r) { r.channelsCount = 33; });
+        auto cca = patterned<ccaStats>(19);
+        const char *w = "wifi";
+        return std::vector<Command>{
+            {0, "getAssocDevStats", intfVelmor_modSrv_recvMsg_getAssocDevStats,
+             fnp(onRequest<assocDevListReq *>),
+             [=](void *c) {
+                 return intfVelmor_sendReq_getAssocDevStats(c, onResponse<assocDevListRet *>,
+                                                            kCliRef, 0, w, &devReq);
+             },
+             [=](void *ctx) { intfVelmor_sendRes_getAssocDevStats(ctx, &devRet); },
+             {render(&devReq)}, {render(&devRet)}, encode(devReq), encode(devRet)},
+            {1, "selectAndCreateRadio", intfVelmor_modSrv_recvMsg_selectAndCreateRadio,
+             fnp(onRequest<char *, RadioDef *>),
+             [=](void *c) {
+                 return intfVelmor_sendReq_selectAndCreateRadio(
+                     c, onResponse<RadioCapacity *>, kCliRef, 0, w, radioName.c_str(), &radio);
+             },
+             [=](void *ctx) { intfVelmor_sendRes_selectAndCreateRadio(ctx, &radioCap); },
+             {radioName.substr(0, 63), render(&radio)}, {render(&radioCap)},
+             textItem(3, radioName.substr(0, 63)) + encode(radio), encode(radioCap)},
+            {2, "createAccessPoint", intfVelmor_modSrv_recvMsg_createAccessPoint,
+             fnp(onRequest<char *, char *, char *>),
+             [=](void *c) {
+                 return intfVelmor_sendReq_createAccessPoint(
+                     c, onResponse<uint8_t, APCapacity *, char *>, kCliRef, 0, w, full.c_str(),
+                     cut.c_str(), "");
+             },
+             [=](void *ctx) { intfVelmor_sendRes_createAccessPoint(ctx, 254, &apCap, "up"); },
+             {full, cut.substr(0, 63), ""}, {"254", render(&apCap), "up"},
+             textItem(3, full) + textItem(4, cut.substr(0, 63)) + textItem(5, ""),
+             // The status, the capacity's own items from tag 3, then the text at 5.
+             scalarItem(3, 254) + encode(apCap) + textItem(5, "up")},
+            {3, "getProbeRequestList", intfVelmor_modSrv_recvMsg_getProbeRequestList,
+             fnp(onRequest<>),
+             [=](void *c) {
+                 return intfVelmor_sendReq_getProbeRequestList(
+                     c, onResponse<ProbeRequestList *>, kCliRef, 0, w);
+             },
+             [=](void *ctx) { intfVelmor_sendRes_getProbeRequestList(ctx, &probes); },
+             {}, {render(&probes)}, {}, encode(probes)},
+            {4, "getTemporarilyBlackList", intfVelmor_modSrv_recvMsg_getTemporarilyBlackList,
+             fnp(onRequest<>),
+             [=](void *c) {
+                 return intfVelmor_sendReq_getTemporarilyBlackList(
+                     c, onResponse<MacFilterList *>, kCliRef, 0, w);
+             },
+             [=](void *ctx) { intfVelmor_sendRes_getTemporarilyBlackList(ctx, &macs); },
+             {}, {render(&macs)}, {}, encode(macs)},
+            {5, "configureAccessPoint", intfVelmor_modSrv_recvMsg_configureAccessPoint,
+             fnp(onRequest<APCfg *, uint8_t>),
+             [=](void *c) {
+                 return intfVelmor_sendReq_configureAccessPoint(c, onResponse<APCfgRet *>,
+                                                                kCliRef, 0, w, &apCfg, 0xC8);
+             },
+             [=](void *ctx) { intfVelmor_sendRes_configureAccessPoint(ctx, &apRet); },
+             {render(&apCfg), "200"}, {render(&apRet)}, encode(apCfg) + scalarItem(4, 0xC8),
+             encode(apRet)},
+            {6, "configureQTNBackHaulWPS", intfVelmor_modSrv_recvMsg_configureQTNBackHaulWPS,
+             fnp(onRequest<APBackHaulWPSCfg *>),
+             [=](void *c) {
+                 return intfVelmor_sendReq_configureQTNBackHaulWPS(c, onResponse<uint8_t>,
+                                                                   kCliRef, 0, w, &wps);
+             },
+             [=](void *ctx) { intfVelmor_sendRes_configureQTNBackHaulWPS(ctx, 7); },
+             {render(&wps)}, {"7"}, encode(wps), scalarItem(3, 7)},
+            // Twenty characters go out as the seventeen of a station address.
+            {7, "temporarilyBlackList", intfVelmor_modSrv_recvMsg_temporarilyBlackList,
+             fnp(onRequest<char *, uint32_t>),
+             [=](void *c) {
+                 return intfVelmor_sendReq_temporarilyBlackList(
+                     c, onResponse<uint8_t>, kCliRef, 0, w, "00:11:22:33:44:55:66", 0xFFFFFFFE);
+             },
+             [=](void *ctx) { intfVelmor_sendRes_temporarilyBlackList(ctx, 0); },
+             {"00:11:22:33:44:55", "4294967294"}, {"0"},
+             textItem(3, "00:11:22:33:44:55") + scalarItem(4, 0xFFFFFFFE), scalarItem(3, 0)},
+            {8, "11vActionFrame", intfVelmor_modSrv_recvMsg_11vActionFrame,
+             fnp(onRequest<bssTransitionRequest *>),
+             [=](void *c) {
+                 return intfVelmor_sendReq_11vActionFrame(
+                     c, onResponse<bssTransitionResponse *>, kCliRef, 0, w, &bssReq);
+             },
+             [=](void *ctx) { intfVelmor_sendRes_11vActionFrame(ctx, &bssRes); },
+             {render(&bssReq)}, {render(&bssRes)}, encode(bssReq), encode(bssRes)},
+            {9, "getStationsStatistics", intfVelmor_modSrv_recvMsg_getStationsStatistics,
+             fnp(onRequest<assocDevListReq *>),
+             [=](void *c) {
+                 return intfVelmor_sendReq_getStationsStatistics(
+                     c, onResponse<assocDevListRet *>, kCliRef, 0, w, &staReq);
+             },
+             [=](void *ctx) { intfVelmor_sendRes_getStationsStatistics(ctx, &staRet); },
+             {render(&staReq)}, {render(&staRet)}, encode(staReq), encode(staRet)},
+            {10, "beaconRequest", intfVelmor_modSrv_recvMsg_beaconRequest,
+             fnp(onRequest<BeaconRequestCfg *>),
+             [=](void *c) {
+                 return intfVelmor_sendReq_beaconRequest(c, onResponse<beaconReport *>, kCliRef,
+                                                         0, w, &beaconReq);
+             },
+             [=](void *ctx) { intfVelmor_sendRes_beaconRequest(ctx, &beaconRep); },
+             {render(&beaconReq)}, {render(&beaconRep)}, encode(beaconReq), encode(beaconRep)},
+            {11, "setBeaconIETUK", intfVelmor_modSrv_recvMsg_setBeaconIETUK,
+             fnp(onRequest<BeaconIECfg *>),
+             [=](void *c) {
+                 return intfVelmor_sendReq_setBeaconIETUK(c, onResponse<uint8_t>, kCliRef, 0, w,
+                                                          &beaconIE);
+             },
+             [=](void *ctx) { intfVelmor_sendRes_setBeaconIETUK(ctx, 255); },
+             {render(&beaconIE)}, {"255"}, encode(beaconIE), scalarItem(3, 255)},
+            {12, "getChannelCreated", intfVelmor_modSrv_recvMsg_getChannelCreated,
+             fnp(onRequest<>),
+             [=](void *c) {
+                 return intfVelmor_sendReq_getChannelCreated(c, onResponse<channelReport *>,
+                                                             kCliRef, 0, w);
+             },
+             [=](void *ctx) { intfVelmor_sendRes_getChannelCreated(ctx, &channels); },
+             {}, {render(&channels)}, {}, encode(channels)},
+            {13, "getCCAStatistic", intfVelmor_modSrv_recvMsg_getCCAStatistic, fnp(onRequest<>),
+             [=](void *c) {
+                 return intfVelmor_sendReq_getCCAStatistic(c, onResponse<ccaStats *>, kCliRef, 0,
+                                                           w);
+             },
+             [=](void *ctx) { intfVelmor_sendRes_getCCAStatistic(ctx, &cca); },
+             {}, {render(&cca)}, {}, encode(cca)},
+        };
+    }();
+    return list;
+}
+
+inline const std::vector<Notification> &notifications()
+{
+    static const std::vector<Notification> list = [] {
+        auto lowRssi = patterned<LowRSSINtf>(20);
+        return std::vector<Notification>{
+            {0, "meshTUKExtenderPairing", "ntfyMeshTUKExtenderPairing",
+             intfVelmor_modCliNtfyUser_recvMsg_meshTUKExtenderPairing, fnp(onRequest<uint32_t>),
+             [](void *u) { intfVelmor_sendReq_ntfyMeshTUKExtenderPairing(u, 0, 0, 5); }, {"5"},
+             hex("00000000 00000004 13531940  00000001 00000004 00000001"
+                 "00000003 00000004 00000005")},
+            {1, "meshTUKClientsLowRSSI", "ntfyMeshTUKClientsLowRSSI",
+             intfVelmor_modCliNtfyUser_recvMsg_meshTUKClientsLowRSSI,
+             fnp(onRequest<LowRSSINtf *>),
+             [=](void *u) { intfVelmor_sendReq_ntfyMeshTUKClientsLowRSSI(u, 0, 0, &lowRssi); },
+             {render(&lowRssi)}, frame(0x14531940, 1) + encode(lowRssi)},
+            {2, "beaconReport", "ntfyBeaconReport", intfVelmor_modCliNtfyUser_recvMsg_beaconReport,
+             fnp(onRequest<char *, int8_t, int8_t>),
+             [](void *u) { intfVelmor_sendReq_ntfyBeaconReport(u, 0, 0, "ab", -1, 2); },
+             {"ab", "-1", "2"}, frame(0x24582563, 0) + wire("t3:ab s4:-1 s5:2")},
+            // Twenty characters are published as the seventeen of a station address.
+            {2, "beaconReport", "ntfyBeaconReport", intfVelmor_modCliNtfyUser_recvMsg_beaconReport,
+             fnp(onRequest<char *, int8_t, int8_t>),
+             [](void *u) {
+                 intfVelmor_sendReq_ntfyBeaconReport(u, 0, 0, "0123456789abcdefghij", -128, 127);
+             },
+             {"0123456789abcdefg", "-128", "127"},
+             frame(0x24582563, 0) + wire("t3:0123456789abcdefg s4:-128 s5:127")},
+        };
+    }();
+    return list;
+}
+
 struct Event {
     refhost_traceKind kind;
     std::string entry;

@@ -12,9 +12,6 @@ namespace {
 constexpr uint32_t kRefClient = 0xA1, kRefPanel = 0xB2;
 const char kPanel[] = "panel";
 
-using SubscribeFn = uint32_t (*)(void *user, uint32_t w1, uint32_t w2, uint32_t w3,
-                                 const char *busName, void *userName);
-
 const intfVelmor_entry &ntfy(uint32_t i) { return intfVelmor_base.ntfy.entries[i]; }
 
 std::string cb(const char *op, const char *kind, const char *name)
@@ -85,36 +82,15 @@ protected:
 
 // ---- end to end -------------------------------------------------------------------------
 
-TEST_F(Ntfy, ExtenderPairing)
+TEST_F(Ntfy, EveryNotificationEndToEnd)
 {
-    void *h = fnp(onRequest<uint32_t>);
-    subscribe(intfVelmor_modCliNtfyUser_recvMsg_meshTUKExtenderPairing, h, h);
-    intfVelmor_sendReq_ntfyMeshTUKExtenderPairing(srv, 0, 0, 5);
-    expectDelivered(0, {"5"}, kPairing5);
-}
-
-TEST_F(Ntfy, ClientsLowRSSI)
-{
-    void *h = fnp(onRequest<LowRSSINtf *>);
-    subscribe(intfVelmor_modCliNtfyUser_recvMsg_meshTUKClientsLowRSSI, h, h);
-    LowRSSINtf rec = patterned<LowRSSINtf>(1);
-    intfVelmor_sendReq_ntfyMeshTUKClientsLowRSSI(srv, 0, 0, &rec);
-    expectDelivered(1, {render(&rec)}, frame(0x14531940, 1) + encode(rec));
-}
-
-TEST_F(Ntfy, BeaconReport)
-{
-    void *h = fnp(onRequest<char *, int8_t, int8_t>);
-    subscribe(intfVelmor_modCliNtfyUser_recvMsg_beaconReport, h, h);
-    intfVelmor_sendReq_ntfyBeaconReport(srv, 0, 0, "ab", -1, 2);
-    expectDelivered(2, {"ab", "-1", "2"}, kBeaconAb);
-
-    // Twenty characters are published as the seventeen of a station address.
-    forget();
-    intfVelmor_sendReq_ntfyBeaconReport(srv, 0, 0, "0123456789abcdefghij", -128, 127);
-    expectDelivered(2, {"0123456789abcdefg", "-128", "127"},
-                    frame(0x24582563, 0) + textItem(3, "0123456789abcdefg") +
-                        scalarItem(4, 0xFFFFFF80) + scalarItem(5, 127));
+    for (const Notification &n : notifications()) {
+        SCOPED_TRACE(n.name);
+        SetUp();  // a fresh host: each case subscribes anew
+        subscribe(n.subscribe, n.handler, n.handler);
+        n.publish(srv);
+        expectDelivered(n.index, n.members, n.bytes);
+    }
 }
 
 TEST_F(Ntfy, SubscriberWithoutHandlerAnswers20)
