@@ -106,30 +106,17 @@ def key(src, site):
     return f"{rel}|{text}" + (f"#{nth + 1}" if nth else "") + f"|{col}|{old}->{new}"
 
 
-def run(cmd, cwd, timeout=None):
+def run(cmd, cwd):
     return subprocess.run(cmd, cwd=cwd, stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
-                          text=True, timeout=timeout)
+                          text=True)
 
 
 def snapshot(rev, work):
     src = os.path.join(work, "src")
-    if os.path.isdir(src):
-        shutil.rmtree(src)
+    shutil.rmtree(src, ignore_errors=True)
     os.makedirs(src)
-    archive = subprocess.run(["git", "-C", ROOT, "archive", rev], stdout=subprocess.PIPE,
-                             check=True).stdout
-    subprocess.run(["tar", "-x", "-C", src], input=archive, check=True)
+    subprocess.run(f"git -C {ROOT} archive {rev} | tar -x -C {src}", shell=True, check=True)
     return src
-
-
-def configure(src, build):
-    launcher = []
-    if shutil.which("ccache"):
-        launcher = ["-DCMAKE_CXX_COMPILER_LAUNCHER=ccache", "-DCMAKE_C_COMPILER_LAUNCHER=ccache"]
-    r = run(["cmake", "-S", src, "-B", build, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Debug",
-             "-DCMAKE_CXX_FLAGS=-O0", "-DCMAKE_C_FLAGS=-O0"] + launcher, src)
-    if r.returncode:
-        sys.exit(r.stdout)
 
 
 def ctest(build, timeout):
@@ -163,7 +150,10 @@ def main():
             equivalent = {l.rstrip("\n") for l in fh if l.strip() and not l.startswith("#")}
 
     build = os.path.join(args.work, "build")
-    configure(src, build)
+    launch = ["-DCMAKE_%s_COMPILER_LAUNCHER=ccache" % l for l in ("C", "CXX")]
+    run(["cmake", "-S", src, "-B", build, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Debug",
+         "-DCMAKE_CXX_FLAGS=-O0", "-DCMAKE_C_FLAGS=-O0"] + launch * bool(shutil.which("ccache")),
+        src)
     r = run(["ninja", "-j2"], build)
     if r.returncode:
         sys.exit("the unmutated tree does not build:\n" + r.stdout[-3000:])

@@ -99,10 +99,4 @@ Decoded decodeBounded(const std::vector<uint8_t> &bytes, T &out)
     return {rc, (size_t)(p - bytes.data())};
 }
 
-template <class T>
-bool sameBytes(const T &a, const T &b)
-{
-    return encode(a) == encode(b);
-}
-
 }  // namespace ivtest

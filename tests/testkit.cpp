@@ -218,12 +218,6 @@ Lines errorBeforeLines(const std::string &fn, const void *base, int from, int to
     return out;
 }
 
-std::string tooLongLine(const std::string &fn, int in, int cap)
-{
-    return fn + ": lgChainIn(" + std::to_string(in) + ") lgMaxChainOut(" + std::to_string(cap) +
-           ")\n";
-}
-
 Lines operator+(Lines a, const Lines &b)
 {
     a.insert(a.end(), b.begin(), b.end());

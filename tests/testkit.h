@@ -48,7 +48,6 @@ std::string tlLine(const std::string &fn, const void *base, unsigned long long t
 std::string errorBeforeLine(const std::string &fn, const void *base, int tag);
 // "Error Before" for each tag from..to, `times` lines each.
 Lines errorBeforeLines(const std::string &fn, const void *base, int from, int to, int times = 1);
-std::string tooLongLine(const std::string &fn, int in, int cap);
 Lines operator+(Lines a, const Lines &b);
 
 // Base fixture: every test starts with an empty log.
