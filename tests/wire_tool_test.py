@@ -145,6 +145,17 @@ class Catalogue(unittest.TestCase):
         self.assertEqual(len(SCHEMA["records"]), 75)
         self.assertEqual(sum(m["notification"] for m in SCHEMA["messages"]), 3)
 
+    def test_every_member_has_its_name_from_the_names_table(self):
+        def names(members):
+            return [m["name"] for m in members]
+        everything = [names(r["members"]) for r in SCHEMA["records"]]
+        everything += [names(m[k]) for m in SCHEMA["messages"] for k in ("req", "res") if k in m]
+        for listed in everything:
+            self.assertTrue(all(n and n != "?" for n in listed), listed)
+            self.assertEqual(len(set(listed)), len(listed), listed)
+        self.assertEqual(names(next(r for r in SCHEMA["records"]
+                                    if r["name"] == "AftConfig")["members"]), ["v3", "stations"])
+
 
 class DemoBytes(unittest.TestCase):
     """The demo's every crossing, as the library serialized it."""

@@ -5,6 +5,7 @@
 #include <stdio.h>
 #include <string.h>
 
+#include "types/names.h"
 #include "wire/bytes.h"
 
 namespace ivtool {
@@ -102,7 +103,11 @@ void jsonKey(std::string &out, const char *name, const char *suffix = "")
 
 }  // namespace
 
-const char *memberName(const TypeDesc &, const Field &f) { return f.name; }
+const char *memberName(const TypeDesc &d, const Field &f)
+{
+    const char *name = iv::memberName(d, (size_t)(&f - d.fields));
+    return name ? name : "?";
+}
 
 void printItem(std::string &out, int indent, const char *name, unsigned tag, uint32_t at,
                const std::string &value)

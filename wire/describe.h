@@ -33,13 +33,6 @@ constexpr Form scalarForm()
     }
 }
 
-// Member names travel in the descriptions of tool builds only.
-#ifdef IV_MEMBER_NAMES
-#define IV_NAME_INIT(n) , n
-#else
-#define IV_NAME_INIT(n)
-#endif
-
 // Not constexpr: reaching it stops the compilation of a description.
 inline uint16_t offsetOrSizeTooLarge() { return 0; }
 constexpr uint16_t narrow16(size_t v) { return v < 0x10000 ? (uint16_t)v : offsetOrSizeTooLarge(); }
@@ -78,31 +71,32 @@ constexpr Span spanOf(size_t offset)
 struct Described {
     Field field;
     Span first, second;  // second.size is 0 for a single member
+    const char *name;    // goes to the names table only
 };
 
 template <class M>
-constexpr Described member(size_t offset, unsigned tag, [[maybe_unused]] const char *name)
+constexpr Described member(size_t offset, unsigned tag, const char *name)
 {
     Span at = spanOf<M>(offset);
     if constexpr (std::is_array_v<M>) {
         static_assert(std::is_same_v<std::remove_extent_t<M>, char>, "a text is char[N]");
         return {Field{Form::Text, narrow8(tag), 0, 0, narrow16(offset), 0,
-                      narrow16(std::extent_v<M>), 0, nullptr IV_NAME_INIT(name)},
-                at, {}};
+                      narrow16(std::extent_v<M>), 0, nullptr},
+                at, {}, name};
     } else if constexpr (std::is_class_v<M>) {
         return {Field{Form::Record, narrow8(tag), 0, 0, narrow16(offset), 0, 0, 0,
-                      &Desc<M>::d IV_NAME_INIT(name)},
-                at, {}};
+                      &Desc<M>::d},
+                at, {}, name};
     } else {
         return {Field{scalarForm<M>(), narrow8(tag), 0, 0, narrow16(offset), 0, 0, 0,
-                      nullptr IV_NAME_INIT(name)},
-                at, {}};
+                      nullptr},
+                at, {}, name};
     }
 }
 
 template <class C, class A>
 constexpr Described counted(size_t countOffset, unsigned countTag, size_t offset, unsigned tag,
-                            [[maybe_unused]] const char *name)
+                            const char *name)
 {
     static_assert(std::is_same_v<C, uint8_t> || std::is_same_v<C, uint32_t>,
                   "a count is a u8 or a u32");
@@ -112,7 +106,7 @@ constexpr Described counted(size_t countOffset, unsigned countTag, size_t offset
                   "array elements are records or u32");
     Field f{Form::ArrayU32, narrow8(tag), narrow8(countTag), (uint8_t)sizeof(C),
             narrow16(offset), narrow16(countOffset), narrow16(std::extent_v<A>),
-            narrow16(sizeof(E)), nullptr IV_NAME_INIT(name)};
+            narrow16(sizeof(E)), nullptr};
     if constexpr (std::is_class_v<E>) {
         f.form = Form::ArrayRec;
         f.sub = &Desc<E>::d;
@@ -120,18 +114,18 @@ constexpr Described counted(size_t countOffset, unsigned countTag, size_t offset
     Span count = spanOf<C>(countOffset), elements = spanOf<A>(offset);
     // The count may be declared before or after its array.
     if (countOffset < offset)
-        return {f, count, elements};
-    return {f, elements, count};
+        return {f, count, elements, name};
+    return {f, elements, count, name};
 }
 
 template <class A>
-constexpr Described table(size_t offset, unsigned tag, [[maybe_unused]] const char *name)
+constexpr Described table(size_t offset, unsigned tag, const char *name)
 {
     using E = std::remove_extent_t<A>;
     static_assert(std::is_array_v<A> && std::is_class_v<E>, "a table is an array of records");
     return {Field{Form::Table, narrow8(tag), 0, 0, narrow16(offset), 0, narrow16(std::extent_v<A>),
-                  narrow16(sizeof(E)), &Desc<E>::d IV_NAME_INIT(name)},
-            spanOf<A>(offset), {}};
+                  narrow16(sizeof(E)), &Desc<E>::d},
+            spanOf<A>(offset), {}, name};
 }
 
 // Tags run from 3 without a gap; a counted array covers two numbers.
@@ -247,6 +241,33 @@ constexpr bool takesExactly()
            !takesInits<T>(std::make_index_sequence<K + 1>());
 }
 
+// Member names, NUL after each, in field order: the tools' names table. The
+// library itself never reads it, and its link drops it.
+template <size_t N>
+constexpr size_t namesLength(const Described (&d)[N])
+{
+    size_t n = 0;
+    for (const Described &m : d) {
+        for (const char *c = m.name; *c; ++c)
+            ++n;
+        ++n;
+    }
+    return n;
+}
+
+template <size_t L, size_t N>
+constexpr std::array<char, L> namesOf(const Described (&d)[N])
+{
+    std::array<char, L> text{};
+    size_t k = 0;
+    for (const Described &m : d) {
+        for (const char *c = m.name; *c; ++c)
+            text[k++] = *c;
+        text[k++] = 0;
+    }
+    return text;
+}
+
 // The engine stores descriptions in 16-bit sizes and counts, fields as an array.
 template <size_t N>
 constexpr std::array<Field, N> fieldsOf(const Described (&d)[N])
@@ -291,10 +312,13 @@ constexpr std::array<Field, N> fieldsOf(const Described (&d)[N])
         static constexpr ::iv::Described all[] = {__VA_ARGS__};                            \
         IV_CHECK_LAYOUT(T, all, start, headInits)                                          \
         static constexpr auto list = ::iv::fieldsOf(all);                                  \
+        static constexpr auto names = ::iv::namesOf<::iv::namesLength(all)>(all);          \
     };                                                                                     \
     }                                                                                      \
     namespace iv {                                                                         \
     template <>                                                                            \
     const TypeDesc Desc<T>::d = {#T, ivFields_##T::list.data(),                            \
                                  (uint16_t)ivFields_##T::list.size(), (uint16_t)sizeof(T)}; \
+    template <>                                                                            \
+    const char *const MemberNames<T>::text = ivFields_##T::names.data();                   \
     }

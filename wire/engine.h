@@ -32,9 +32,6 @@ struct Field {
     uint16_t cap;        // text: N; arrays and tables: element bound
     uint16_t stride;     // arrays and tables: element size
     const TypeDesc *sub; // nested, array and table element type
-#ifdef IV_MEMBER_NAMES
-    const char *name;    // the member's name, for tools only
-#endif
 };
 
 struct TypeDesc {
@@ -48,6 +45,14 @@ struct TypeDesc {
 template <class T>
 struct Desc {
     static const TypeDesc d;
+};
+
+// The names of T's members, NUL after each, in field order; defined beside
+// the description. Only tools read them (through types/names.h): the shared
+// library's link drops them.
+template <class T>
+struct MemberNames {
+    static const char *const text;
 };
 
 // What made a read refuse the bytes, recorded where it happened: the log

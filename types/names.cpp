@@ -1,0 +1,67 @@
+#include "types/names.h"
+
+#include <type_traits>
+
+#include "messages/bodies.h"
+#include "messages/catalogue.h"
+#include "types/described.h"
+
+namespace iv {
+
+// The bodies' descriptions are defined with their messages; bodies without
+// members have none.
+#define IV_DECLARE_BODY(T)                          \
+    template <>                                     \
+    const TypeDesc Desc<T>::d;                      \
+    template <>                                     \
+    const char *const MemberNames<T>::text;
+#define IV_DECLARE_RECORD_NAMES(T) \
+    template <>                    \
+    const char *const MemberNames<T>::text;
+#define IV_DECLARE_CMD(index, name, ...) IV_DECLARE_BODY(ivReq_##name) IV_DECLARE_BODY(ivRes_##name)
+#define IV_DECLARE_NTFY(index, name, ...) IV_DECLARE_BODY(ivNtfy_##name)
+INTFVELMOR_RECORD_TYPES(IV_DECLARE_RECORD_NAMES)
+IV_COMMANDS(IV_DECLARE_CMD)
+IV_NOTIFICATIONS(IV_DECLARE_NTFY)
+
+namespace {
+
+struct Names {
+    const TypeDesc *d;
+    const char *const *text;
+};
+
+template <class T>
+constexpr Names entry()
+{
+    if constexpr (std::is_same_v<T, ivEmptyBody>)
+        return {nullptr, nullptr};
+    else
+        return {&Desc<T>::d, &MemberNames<T>::text};
+}
+
+#define IV_RECORD_ENTRY(T) entry<T>(),
+#define IV_CMD_ENTRY(index, name, ...) entry<ivReq_##name>(), entry<ivRes_##name>(),
+#define IV_NTFY_ENTRY(index, name, ...) entry<ivNtfy_##name>(),
+const Names kNames[] = {INTFVELMOR_RECORD_TYPES(IV_RECORD_ENTRY) IV_COMMANDS(IV_CMD_ENTRY)
+                            IV_NOTIFICATIONS(IV_NTFY_ENTRY)};
+
+}  // namespace
+
+const char *memberName(const TypeDesc &d, size_t i)
+{
+    if (i >= d.count)
+        return nullptr;
+    for (const Names &n : kNames) {
+        if (n.d != &d)
+            continue;
+        const char *s = *n.text;
+        for (; i > 0; --i)
+            while (*s++) {
+            }
+        return s;
+    }
+    return nullptr;
+}
+
+}  // namespace iv
