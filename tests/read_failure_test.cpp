@@ -1,0 +1,99 @@
+// The readers' failure record: what tools read instead of the log lines.
+#include <string.h>
+
+#include <gtest/gtest.h>
+
+#include "messages/frame.h"
+#include "testkit.h"
+#include "types/described.h"
+#include "wire/bytes.h"
+
+namespace {
+
+using iv::ReadFailure;
+
+unsigned depthOf(const iv::TypeDesc &d)
+{
+    unsigned deepest = 0;
+    for (uint16_t i = 0; i < d.count; ++i)
+        if (const iv::TypeDesc *sub = d.fields[i].sub) {
+            unsigned below = depthOf(*sub);
+            deepest = below > deepest ? below : deepest;
+        }
+    return 1 + deepest;
+}
+
+// A path deeper than the record holds loses its outer steps.
+TEST(ReadFailure, EveryDescriptionNestsWithinThePath)
+{
+#define IV_DEPTH(T) EXPECT_LE(depthOf(iv::Desc<T>::d), ReadFailure::kMaxDepth) << #T;
+    INTFVELMOR_RECORD_TYPES(IV_DEPTH)
+#undef IV_DEPTH
+    auto bodies = [](const iv::MsgDesc *const *all, uint32_t n) {
+        for (uint32_t i = 0; i < n; ++i)
+            for (const iv::TypeDesc *d : all[i]->members) {
+                if (d) {
+                    EXPECT_LE(depthOf(*d), ReadFailure::kMaxDepth) << d->name;
+                }
+            }
+    };
+    bodies(iv::kCommands, INTFVELMOR_CMD_COUNT);
+    bodies(iv::kNotifications, INTFVELMOR_NTFY_COUNT);
+}
+
+std::vector<uint8_t> scalars(std::initializer_list<std::pair<uint32_t, uint32_t>> items)
+{
+    std::vector<uint8_t> out(items.size() * iv::kScalar32Size);
+    uint8_t *p = out.data();
+    for (auto &[tag, value] : items)
+        p = iv::putScalar32(p, tag, value);
+    return out;
+}
+
+// The unbounded reader records the same as the bounded one: the failing
+// element's member, the offsets of the item and of the record that reports.
+TEST(ReadFailure, UnboundedReaderRecordsThePathIntoAnArrayElement)
+{
+    std::vector<uint8_t> in = scalars({{3, 0}, {4, 2}, {3, 1}, {4, 2}, {5, 3}});
+    std::vector<uint8_t> mac = {0, 0, 0, 6, 0, 0, 0, 4, 'a', 0, 0, 0};
+    in.insert(in.end(), mac.begin(), mac.end());
+    std::vector<uint8_t> bad = scalars({{3, 1}, {9, 2}});
+    in.insert(in.end(), bad.begin(), bad.end());
+    AftConfig rec{};
+    const uint8_t *pos = in.data();
+    ReadFailure f{};
+    ASSERT_EQ(4u, iv::readRecord(iv::Desc<AftConfig>::d, &rec, &pos, nullptr, f));
+    EXPECT_EQ(ReadFailure::kWrongTag, f.reason);
+    EXPECT_EQ(4u, f.tag);
+    EXPECT_EQ(9u, f.found);
+    EXPECT_EQ(4u, f.length);
+    EXPECT_EQ(24u + 48u + 12u, f.offset);
+    EXPECT_EQ(24u + 48u, f.base);
+    ASSERT_EQ(2u, f.depth);  // innermost first: AftSta.v4, then AftConfig.stations[1]
+    EXPECT_EQ(1u, f.path[0].field);
+    EXPECT_EQ(ReadFailure::kWhole, f.path[0].element);
+    EXPECT_EQ(1u, f.path[1].field);
+    EXPECT_EQ(1u, f.path[1].element);
+    EXPECT_FALSE(f.pathCut);
+}
+
+// A stamp of another message is refused without a line: the record alone
+// says what item 1 held.
+TEST(ReadFailure, FrameRecordsAForeignStamp)
+{
+    const iv::MsgDesc &m = *iv::kCommands[13];
+    std::vector<uint8_t> in = scalars({{0, m.magic}, {1, m.stamp + 1u}});
+    void *body = nullptr;
+    uint32_t size = 0;
+    ReadFailure f{};
+    ivtest::clearLogs();
+    EXPECT_EQ(2u, iv::readBody(m, iv::kReq, in.data(), in.data() + in.size(), &body, &size, f));
+    EXPECT_TRUE(ivtest::logs().empty());
+    EXPECT_EQ(ReadFailure::kWrongStamp, f.reason);
+    EXPECT_EQ(1u, f.tag);
+    EXPECT_EQ(12u, f.offset);
+    EXPECT_EQ(m.stamp + 1u, f.found);
+    EXPECT_EQ(nullptr, body);
+}
+
+}  // namespace
