@@ -16,12 +16,12 @@ constexpr char kGetTemporarilyBlackList[] = "GetTemporarilyBlackList";
 
 }  // namespace
 
-#define IV_CMD_ENTRY(idx, X, entryName, magic, stamp, magicName)                    \
+#define IV_CMD_ENTRY(idx, X, entryName, magic, stamp, magicName, ...)                \
     {intfVelmor_recvReq_##X, 0, entryName, intfVelmor_cbEvtMsgMngt_freeBody_msgCmd_##X, \
      intfVelmor_cbEvtMsgMngt_serializeBody_msgCmd_##X,                                  \
      intfVelmor_cbEvtMsgMngt_unserializeBody_msgCmd_##X,                                \
      intfVelmor_cbEvtMsgMngt_logBody_msgCmd_##X, idx},
-#define IV_NTFY_ENTRY(idx, x, X, entryName, magic, stamp, magicName)                    \
+#define IV_NTFY_ENTRY(idx, x, X, entryName, magic, stamp, magicName, ...)                \
     {intfVelmor_recvReq_ntfy##X, 0, entryName, intfVelmor_cbEvtMsgMngt_freeBody_msgNtfy_##x, \
      intfVelmor_cbEvtMsgMngt_serializeBody_msgNtfy_##x,                                 \
      intfVelmor_cbEvtMsgMngt_unserializeBody_msgNtfy_##x,                               \

@@ -212,7 +212,7 @@ void handCases(const char *label, const T &rec)
 
 // ---- bodies of the benchmarked commands -----------------------------------------------
 
-#define BENCH_MAGIC(idx, X, entry, magic, stamp, magicName) constexpr uint32_t kMagic_##X = magic;
+#define BENCH_MAGIC(idx, X, entry, magic, stamp, ...) constexpr uint32_t kMagic_##X = magic;
 IV_COMMANDS(BENCH_MAGIC)
 #undef BENCH_MAGIC
 #define BENCH_INDEX(idx, X, ...) kIndex_##X = idx,

@@ -6,43 +6,59 @@
 #include "types/described.h"
 #include "wire/describe.h"
 
-IV_BODY(ivNtfy_meshTUKExtenderPairing, IV_MEMBER(value, 3))
-IV_BODY(ivNtfy_meshTUKClientsLowRSSI, IV_MEMBER(ntfy, 3))
-IV_BODY(ivNtfy_beaconReport, IV_MEMBER(mac, 3), IV_MEMBER(value1, 4), IV_MEMBER(value2, 5))
+#include <type_traits>
+
+// Each body's description: its row's members, numbered from 3.
+#define IV_BODY_FIELD(i, T, name) IV_MEMBER(name, 3 + i),
+#define IV_NTFY_FIELDS(idx, x, X, entryName, magic, stamp, magicName, members) \
+    IV_BODY(ivNtfy_##x, IV_EACH(IV_BODY_FIELD, members))
+IV_NOTIFICATIONS(IV_NTFY_FIELDS)
+#undef IV_NTFY_FIELDS
 
 namespace {
 
-#define IV_NTFY_DESC(idx, x, X, entryName, magic, stamp, magicName)                            \
-    const iv::MsgDesc ivMsg_##x = {#x, "ntfy" #X, magicName, magic, stamp, idx, true,          \
-                                   {&iv::Desc<ivNtfy_##x>::d, nullptr},                        \
-                                   {(uint16_t)sizeof(ivNtfy_##x), 0}};
+#define IV_NTFY_DESC(idx, x, X, entryName, magic, stamp, magicName, members)                 \
+    const iv::MsgDesc ivMsg_##x = {#x, "ntfy" #X, magicName, magic, stamp, idx, true,         \
+                                   {&iv::Desc<ivNtfy_##x>::d, nullptr},                      \
+                                   {iv::bodySize<ivNtfy_##x>(), 0}};
 IV_NOTIFICATIONS(IV_NTFY_DESC)
 #undef IV_NTFY_DESC
+
+// Rows are in index order, one per entry of the notification block.
+#define IV_NTFY_POSITION(idx, x, ...) kPosition_##x,
+enum { IV_NOTIFICATIONS(IV_NTFY_POSITION) kNotificationCount };
+#undef IV_NTFY_POSITION
+static_assert(kNotificationCount == INTFVELMOR_NTFY_COUNT, "one row per notification");
+#define IV_NTFY_INDEX(idx, x, ...) static_assert(kPosition_##x == idx, #x ": index out of order");
+IV_NOTIFICATIONS(IV_NTFY_INDEX)
+#undef IV_NTFY_INDEX
 
 }  // namespace
 
 namespace iv {
-#define IV_NTFY_PTR(idx, x, X, entryName, magic, stamp, magicName) &ivMsg_##x,
+#define IV_NTFY_PTR(idx, x, ...) &ivMsg_##x,
 const MsgDesc *const kNotifications[] = {IV_NOTIFICATIONS(IV_NTFY_PTR)};
 #undef IV_NTFY_PTR
 }  // namespace iv
 
-#define IV_ARGS(...) , ##__VA_ARGS__
-
-// Typed ends of one notification: the publisher's send, the subscriber's
-// receive handler; parenthesised lists as for the commands.
-#define IV_NOTIFICATION(x, X, Params, Args, Handled)                                           \
+// The typed ends of one notification, from its row: the publisher's send,
+// the subscriber's receive handler, and the entry's callbacks.
+#define IV_NOTIFICATION(idx, x, X, entryName, magic, stamp, magicName, members)                \
+    static_assert(std::is_same_v<intfVelmor_hdlNtfy_##x,                                      \
+                                 void (*)(void *, uint32_t IV_EACH(IV_HANDED_TYPE, members))>, \
+                  #x ": the handler type differs from the row");                             \
     extern "C" IV_EXPORT void intfVelmor_sendReq_ntfy##X(void *user, uint32_t word1,          \
-                                                         uint32_t word2 IV_ARGS Params)       \
+                                                         uint32_t word2                       \
+                                                         IV_EACH(IV_PARAM, members))          \
     {                                                                                         \
-        const void *args[] = {nullptr IV_ARGS Args};                                          \
+        const void *args[] = {nullptr IV_EACH(IV_ARG, members)};                              \
         iv::sendNtfy(ivMsg_##x, user, word1, word2, args + 1);                                \
     }                                                                                         \
     extern "C" IV_EXPORT void intfVelmor_recvReq_ntfy##X(void *ctx, void *body, void *handler, \
                                                          uint32_t ref)                        \
     {                                                                                         \
         if (auto *b = (ivNtfy_##x *)iv::recvReq(ivMsg_##x, ctx, body, handler))               \
-            ((intfVelmor_hdlNtfy_##x)handler)(ctx, ref IV_ARGS Handled);                      \
+            ((intfVelmor_hdlNtfy_##x)handler)(ctx, ref IV_EACH(IV_HANDED, members));          \
     }                                                                                         \
     extern "C" IV_EXPORT uint32_t intfVelmor_modCliNtfyUser_recvMsg_##x(                      \
         void *user, uint32_t w1, uint32_t w2, uint32_t w3, const char *busName,               \
@@ -71,12 +87,7 @@ const MsgDesc *const kNotifications[] = {IV_NOTIFICATIONS(IV_NTFY_PTR)};
         iv::logBody(outText, ivMsg_##x);                                                      \
     }
 
-IV_NOTIFICATION(meshTUKExtenderPairing, MeshTUKExtenderPairing, (uint32_t value), (&value),
-                (b->value))
-IV_NOTIFICATION(meshTUKClientsLowRSSI, MeshTUKClientsLowRSSI, (const LowRSSINtf *ntfy), (ntfy),
-                (&b->ntfy))
-IV_NOTIFICATION(beaconReport, BeaconReport, (const char *mac, int8_t value1, int8_t value2),
-                (mac, &value1, &value2), (b->mac, b->value1, b->value2))
+IV_NOTIFICATIONS(IV_NOTIFICATION)
 
 extern "C" IV_EXPORT uint32_t intfVelmor_modSrv_needUpdate_ntfyBeaconReport(void *user,
                                                                             uint32_t w1,

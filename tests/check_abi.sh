@@ -1,8 +1,12 @@
 #!/bin/sh
 # The library's binary interface: its name, what it needs at run time and
-# what it exports.
+# what it exports, and that the public header declares each export by name.
+#
+#   check_abi.sh LIB [INCLUDE_DIR CC]
 set -eu
 lib="$1"
+include="${2:-}"
+cc="${3:-cc}"
 fail() { echo "FAIL: $*"; exit 1; }
 
 soname=$(readelf -d "$lib" | sed -n 's/.*(SONAME).*\[\(.*\)\]/\1/p')
@@ -37,6 +41,24 @@ for s in $undef; do
     *) fail "unexpected import $s" ;;
   esac
 done
+
+# The header names every export in plain text (comments stripped, macros not
+# expanded), and exports nothing it does not name. The compiler checks the
+# signatures: the library's sources include the header.
+if [ -n "$include" ]; then
+  text=$(find "$include" -name '*.h' | sort | while read -r h; do
+      "$cc" -fpreprocessed -dD -E -P "$h"
+    done | tr '\n' ' ')
+  # Functions: a name and its parameter list; data: extern ... name;
+  declared=$( (printf '%s' "$text" | grep -oE 'intfVelmor_[A-Za-z0-9_]+ *\(' | tr -d ' ('
+               printf '%s' "$text" | grep -oE 'extern [^;(]*;' |
+                 sed -n 's/.*[ *]\(intfVelmor_[A-Za-z0-9_]*\) *;$/\1/p') | sort -u)
+  exported=$(nm -D --defined-only "$lib" | awk '{print $3}' | sed 's/@.*//' | grep '^intfVelmor_' | sort -u)
+  missing=$(printf '%s\n' "$exported" | grep -vxF "$declared" || true)
+  [ -z "$missing" ] || fail "exported but not declared by name in $include: $missing"
+  extra=$(printf '%s\n' "$declared" | grep -vxF "$exported" || true)
+  [ -z "$extra" ] || fail "declared in $include but not exported: $extra"
+fi
 
 count=$(nm -D --defined-only "$lib" | grep -c ' intfVelmor_')
 echo "ok: $soname, needs [$needed], $count exports in $node"
