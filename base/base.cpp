@@ -1,5 +1,6 @@
 // The interface descriptor, its lifecycle and the registration of users.
 #include "base/log.h"
+#include "base/relaxed.h"
 #include "intfVelmor.h"
 #include "messages/catalogue.h"
 #include "tolkHost.h"
@@ -45,19 +46,25 @@ namespace {
 
 intfVelmor_descriptor &base = intfVelmor_base;
 
+using iv::loadRelaxed;
+using iv::storeRelaxed;
+
+uint8_t flags() { return loadRelaxed(base.flags); }
+uint8_t state() { return loadRelaxed(base.state); }
+
 constexpr FnName kAddBase{"intfVelmor_addBase", nullptr};
 constexpr FnName kDelBase{"intfVelmor_delBase", nullptr};
 
 void warnFlagSet(FnName fn, int line, const char *flagName, unsigned bit)
 {
     iv::log(iv::kWarning, fn, line, "Set Flag[%s-%X] in ctx(%p) already set[%X] text[%s]\n",
-            flagName, bit, (void *)&base, base.flags, "");
+            flagName, bit, (void *)&base, flags(), "");
 }
 
 void warnFlagClear(FnName fn, int line, const char *flagName, unsigned bit)
 {
     iv::log(iv::kWarning, fn, line, "Unset Flag[%s-%X] in ctx(%p) not set[%X] text[%s]\n",
-            flagName, bit, (void *)&base, base.flags, "");
+            flagName, bit, (void *)&base, flags(), "");
 }
 
 // Copies a block into the core's management record: name, unregister
@@ -87,15 +94,18 @@ uint32_t addBlock(Block &blk, uint32_t count, uint8_t bit, const char *flagName,
     if (blk.entryCount == 0)
         return 0;
     tolkCore_mngt *rec = nullptr;
-    blk.mngtNum = tolkCore_getBase_msgMngt(blk.name, &rec, count);
-    if (blk.mngtNum == kNone || !rec) {
+    uint16_t num = tolkCore_getBase_msgMngt(blk.name, &rec, count);
+    if (num == kNone || !rec) {
+        iv::publishMngt(blk.mngtNum, num);
         IV_LOG(iv::kErr, kAddBase, "%s", failText);
         return INTFVELMOR_ERR_TYPE;
     }
+    // Senders take the number only once the record is complete.
     fillMngt(rec, blk);
-    if (base.flags & bit)
+    iv::publishMngt(blk.mngtNum, num);
+    if (flags() & bit)
         warnFlagSet(kAddBase, __LINE__, flagName, bit);
-    base.flags = (uint8_t)(base.flags | bit);
+    storeRelaxed(base.flags, flags() | bit);
     return 0;
 }
 
@@ -103,30 +113,31 @@ uint32_t addBlock(Block &blk, uint32_t count, uint8_t bit, const char *flagName,
 template <class Block>
 uint32_t putBlock(Block &blk, uint8_t bit, const char *flagName, const char *failFmt)
 {
-    if (!(base.flags & bit))
+    if (!(flags() & bit))
         return 0;
-    uint32_t rc = tolkCore_putBase_msgMngt(blk.mngtNum, 0);
+    uint16_t num = loadRelaxed(blk.mngtNum);
+    uint32_t rc = tolkCore_putBase_msgMngt(num, 0);
     if (rc) {
-        iv::log(iv::kErr, kDelBase, __LINE__, failFmt, (unsigned)blk.mngtNum, (int)rc);
+        iv::log(iv::kErr, kDelBase, __LINE__, failFmt, (unsigned)num, (int)rc);
         return rc;
     }
-    blk.mngtNum = kNone;
-    if (!(base.flags & bit))
+    iv::publishMngt(blk.mngtNum, kNone);
+    if (!(flags() & bit))
         warnFlagClear(kDelBase, __LINE__, flagName, bit);
-    base.flags = (uint8_t)(base.flags & ~bit);
+    storeRelaxed(base.flags, flags() & ~bit);
     return 0;
 }
 
 template <class Block>
 void unregBlock(FnName fn, Block &blk, uint16_t num, uint8_t bit, const char *flagName)
 {
-    if (num != blk.mngtNum) {
+    if (num != loadRelaxed(blk.mngtNum)) {
         IV_LOG(iv::kErr, fn, "Message management(%d) unknown\n", (int)num);
         return;
     }
-    if (!(base.flags & bit))
+    if (!(flags() & bit))
         warnFlagClear(fn, __LINE__, flagName, bit);
-    base.flags = (uint8_t)(base.flags & ~bit);
+    storeRelaxed(base.flags, flags() & ~bit);
 }
 
 }  // namespace
@@ -138,13 +149,13 @@ IV_EXPORT uint32_t intfVelmor_addBase(void)
     if (base.magic != INTFVELMOR_MAGIC_BASE)
         iv::magicBroken(kAddBase, __LINE__, "Magic", "INTFVELMOR_MAGIC_BASE",
                         INTFVELMOR_MAGIC_BASE, &base, base.magic);
-    if (base.state != INTFVELMOR_STATE_BASE_WAIT_INIT) {
+    if (state() != INTFVELMOR_STATE_BASE_WAIT_INIT) {
         IV_LOG(iv::kErr, kAddBase, "Check State[%s-%X] Ctx[ptr(%p) state(%X)] text[%s]\n",
                "INTFVELMOR_STATE_BASE_WAIT_INIT", INTFVELMOR_STATE_BASE_WAIT_INIT, (void *)&base,
-               base.state, "");
+               state(), "");
         return INTFVELMOR_ERR_STATE;
     }
-    base.flags = 0;
+    storeRelaxed(base.flags, 0);
     uint32_t rc = addBlock(base.cmd, INTFVELMOR_CMD_COUNT, INTFVELMOR_FLAGS_BASE_REG_CMD,
                            "INTFVELMOR_FLAGS_BASE_REG_CMD",
                            "Add command message management failed\n");
@@ -160,10 +171,10 @@ IV_EXPORT uint32_t intfVelmor_addBase(void)
         IV_LOG(iv::kErr, kAddBase, "Add event base failed(%d)\n", (int)rc);
         return rc;
     }
-    if (base.state == INTFVELMOR_STATE_BASE_INIT)
+    if (state() == INTFVELMOR_STATE_BASE_INIT)
         IV_LOG(iv::kWarning, kAddBase, "Set State[%s-%d] in ctx(%p) already set\n",
                "INTFVELMOR_STATE_BASE_INIT", INTFVELMOR_STATE_BASE_INIT, (void *)&base);
-    base.state = INTFVELMOR_STATE_BASE_INIT;
+    storeRelaxed(base.state, INTFVELMOR_STATE_BASE_INIT);
     return 0;
 }
 
@@ -180,10 +191,10 @@ IV_EXPORT uint32_t intfVelmor_initialize(void)
 
 IV_EXPORT uint32_t intfVelmor_delBase(void)
 {
-    if (base.state != INTFVELMOR_STATE_BASE_INIT) {
+    if (state() != INTFVELMOR_STATE_BASE_INIT) {
         IV_LOG(iv::kErr, kDelBase, "Check State[%s-%X] Ctx[ptr(%p) state(%X)] text[%s]\n",
                "INTFVELMOR_STATE_BASE_INIT", INTFVELMOR_STATE_BASE_INIT, (void *)&base,
-               base.state, "");
+               state(), "");
         return INTFVELMOR_ERR_STATE;
     }
     uint32_t rc = putBlock(base.cmd, INTFVELMOR_FLAGS_BASE_REG_CMD,
@@ -195,10 +206,10 @@ IV_EXPORT uint32_t intfVelmor_delBase(void)
                   "Put notification message management(%u) failed(%d)\n");
     if (rc)
         return rc;
-    if (base.state == INTFVELMOR_STATE_BASE_WAIT_INIT)
+    if (state() == INTFVELMOR_STATE_BASE_WAIT_INIT)
         IV_LOG(iv::kWarning, kDelBase, "Set State[%s-%d] in ctx(%p) already set\n",
                "INTFVELMOR_STATE_BASE_WAIT_INIT", INTFVELMOR_STATE_BASE_WAIT_INIT, (void *)&base);
-    base.state = INTFVELMOR_STATE_BASE_WAIT_INIT;
+    storeRelaxed(base.state, INTFVELMOR_STATE_BASE_WAIT_INIT);
     return 0;
 }
 
@@ -222,7 +233,7 @@ IV_EXPORT uint32_t intfVelmor_regUser_msgMngt(void *user, uint32_t word, void *r
                                               uint32_t selector)
 {
     constexpr FnName fn{"intfVelmor_regUser_msgMngt", nullptr};
-    const uint16_t nums[2] = {base.cmd.mngtNum, base.ntfy.mngtNum};
+    const uint16_t nums[2] = {iv::loadMngt(base.cmd.mngtNum), iv::loadMngt(base.ntfy.mngtNum)};
     for (int i = 0; i < 2; ++i) {
         bool wanted = selector == INTFVELMOR_SEL_BOTH || selector == (uint32_t)(i + 1);
         if (!wanted || nums[i] == kNone)
@@ -241,7 +252,7 @@ IV_EXPORT uint32_t intfVelmor_regUser_msgMngt(void *user, uint32_t word, void *r
 IV_EXPORT uint32_t intfVelmor_unregUser_msgMngt(void *user, uint32_t selector)
 {
     constexpr FnName fn{"intfVelmor_unregUser_msgMngt", nullptr};
-    const uint16_t nums[2] = {base.cmd.mngtNum, base.ntfy.mngtNum};
+    const uint16_t nums[2] = {iv::loadMngt(base.cmd.mngtNum), iv::loadMngt(base.ntfy.mngtNum)};
     for (int i = 0; i < 2; ++i) {
         bool wanted = selector == INTFVELMOR_SEL_BOTH || selector == (uint32_t)(i + 1);
         if (!wanted || nums[i] == kNone)
@@ -261,9 +272,9 @@ IV_EXPORT void *intfVelmor_findSrvMthdNtfyUser(int32_t a, uint32_t b, uint16_t c
     return tolkIntf_findSrvMthdNtfyUser(a, b, kIntfName, c, d);
 }
 
-IV_EXPORT uint16_t intfVelmor_getCmdIntfNum(void) { return base.cmd.mngtNum; }
+IV_EXPORT uint16_t intfVelmor_getCmdIntfNum(void) { return iv::loadMngt(base.cmd.mngtNum); }
 
-IV_EXPORT uint16_t intfVelmor_getNtfyIntfNum(void) { return base.ntfy.mngtNum; }
+IV_EXPORT uint16_t intfVelmor_getNtfyIntfNum(void) { return iv::loadMngt(base.ntfy.mngtNum); }
 
 IV_EXPORT void intfVelmor_cbEvtMsgMngt_unreg_msgCmd(uint16_t mngtNum)
 {

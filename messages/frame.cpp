@@ -3,6 +3,7 @@
 #include <string.h>
 
 #include "base/alloc.h"
+#include "base/relaxed.h"
 #include "intfVelmor.h"
 #include "tolkHost.h"
 #include "wire/bytes.h"
@@ -119,7 +120,8 @@ uint32_t sendReq(const MsgDesc &m, void *user, void *cbRes, void *recvRes, uint3
         return 0;
     return tolkCore_sendMsgReq_toNameUser(tolkIntf_getCore_user(user), b,
                                           cbRes ? recvRes : nullptr, cbRes, word1, word2,
-                                          srvName, base().cmd.mngtNum, m.index, kNone, kCoreWord);
+                                          srvName, loadMngt(base().cmd.mngtNum), m.index,
+                                          kNone, kCoreWord);
 }
 
 void sendRes(const MsgDesc &m, void *ctx, Args args)
@@ -135,8 +137,8 @@ void sendNtfy(const MsgDesc &m, void *user, uint32_t word1, uint32_t word2, Args
 {
     BodyHead *b = newBody(m, kReq, FnName{"intfVelmor_sendReq_%s", m.sendName}, args);
     if (b)
-        tolkIntf_sendReq_ntfy(user, b, 0, 0, 0, word1, word2, kIntfName, base().ntfy.mngtNum,
-                              m.index, 0, 0, kCoreWord);
+        tolkIntf_sendReq_ntfy(user, b, 0, 0, 0, word1, word2, kIntfName,
+                              loadMngt(base().ntfy.mngtNum), m.index, 0, 0, kCoreWord);
 }
 
 BodyHead *recvReq(const MsgDesc &m, void *ctx, void *body, void *handler)

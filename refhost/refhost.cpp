@@ -17,6 +17,7 @@
 
 #include <cstdlib>
 #include <map>
+#include <mutex>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -53,6 +54,12 @@ struct Method {
     uint32_t word3;
     uint32_t magic;
     std::string intf;
+};
+
+// The blocks an interface's users installed methods from, by interface name.
+struct Blocks {
+    const intfVelmor_cmdBlock *cmd;
+    const intfVelmor_ntfyBlock *ntfy;
 };
 
 struct Mngt {
@@ -100,15 +107,30 @@ struct State {
     std::vector<void *> tokens;
     std::vector<Ctx *> ctxs;
     std::unordered_map<void *, Held> held;
+    std::map<std::string, Blocks> blocks;
     uint32_t faults[REFHOST_CALL_COUNT] = {};
     refhost_traceFn trace = nullptr;
     void *traceArg = nullptr;
     refhost_statsInfo stats = {};
     uint32_t lastResCode = 0;
+    uint16_t nextMngt = 1;  // the next management number to try
 };
 
 // Whatever a program leaves held at exit shows up as lost in a leak check.
 State g;
+
+// One lock over the whole host, taken by every entry point and held while
+// the library's callbacks and the users' handlers run: a handler may call
+// the host again on its own thread.
+std::recursive_mutex gLock;
+using Hold = std::lock_guard<std::recursive_mutex>;
+
+// A block's management number, written by the library's lifecycle on
+// another thread.
+uint16_t mngtOf(const uint16_t *blockMngt)
+{
+    return __atomic_load_n(blockMngt, __ATOMIC_RELAXED);
+}
 
 // The words of the last call of each host function, as the library passed them.
 refhost_callWords lastWords[REFHOST_CALL_COUNT];
@@ -193,6 +215,37 @@ void releaseIfHeld(void *body)
 {
     if (body && g.held.count(body))
         release(body, nullptr, 0);
+}
+
+void noteBlocks(const char *intf, const void *cmd, const void *ntfy)
+{
+    if (intf && cmd && ntfy)
+        g.blocks[intf] = Blocks{static_cast<const intfVelmor_cmdBlock *>(cmd),
+                                static_cast<const intfVelmor_ntfyBlock *>(ntfy)};
+}
+
+// The freeBody for a body handed with a management number that the host does
+// not know (none yet, or already returned): the same entry of the block that
+// the named service installed the method from, or of the interface's
+// notification block. Null when no user of the interface ever told the host
+// where its blocks are.
+intfVelmor_freeBodyFn orphanFree(const char *srvName, const char *intf, uint32_t index)
+{
+    if (srvName) {
+        // A service serving that index for two interfaces leaves it unknown.
+        intfVelmor_freeBodyFn fn = nullptr;
+        for (const Method &m : g.methods)
+            if (m.user->name == srvName && m.index == index) {
+                if (fn && fn != m.entries[index].freeBody)
+                    return nullptr;
+                fn = m.entries[index].freeBody;
+            }
+        return fn;
+    }
+    auto it = intf ? g.blocks.find(intf) : g.blocks.end();
+    if (it == g.blocks.end() || index >= it->second.ntfy->entryCount)
+        return nullptr;
+    return it->second.ntfy->entries[index].freeBody;
 }
 
 void freeBuf(uint8_t *buf)
@@ -371,6 +424,7 @@ extern "C" {
 
 refhost_callWords refhost_lastWords(refhost_call which)
 {
+    Hold hold(gLock);
     return which < REFHOST_CALL_COUNT ? lastWords[which] : refhost_callWords{};
 }
 
@@ -378,6 +432,7 @@ refhost_callWords refhost_lastWords(refhost_call which)
 
 uint32_t tick_addEvtBase(tick_evtFn cb, void *ctx)
 {
+    Hold hold(gLock);
     if (uint32_t rc = takeFault(REFHOST_CALL_ADD_EVT_BASE))
         return rc;
     if (!cb)
@@ -388,6 +443,7 @@ uint32_t tick_addEvtBase(tick_evtFn cb, void *ctx)
 
 void refhost_deliverEvent(int32_t event)
 {
+    Hold hold(gLock);
     auto evts = g.evts;  // a callback may add more
     for (auto &e : evts)
         e.first(e.second, event);
@@ -397,14 +453,21 @@ void refhost_deliverEvent(int32_t event)
 
 uint16_t tolkCore_getBase_msgMngt(const char *name, tolkCore_mngt **record, uint32_t count)
 {
+    Hold hold(gLock);
     ::record(REFHOST_CALL_GET_BASE_MSG_MNGT, {count}, name);
     uint32_t fault = takeFault(REFHOST_CALL_GET_BASE_MSG_MNGT);
     if (!record || fault == kNoMngt || count > kMaxEntries)
         return kNoMngt;
-    uint16_t num = 1;
-    while (num < kNoMngt && g.mngts.count(num))
-        num++;
-    if (num == kNoMngt)
+    // Numbers are not reused at once: a sender still holding a returned
+    // number must not reach a record that its new owner is still filling.
+    uint16_t num = 0;
+    for (uint32_t tries = 0; tries < kNoMngt - 1 && !num; ++tries) {
+        uint16_t n = g.nextMngt;
+        g.nextMngt = static_cast<uint16_t>(n + 1 < kNoMngt ? n + 1 : 1);
+        if (!g.mngts.count(n))
+            num = n;
+    }
+    if (!num)
         return kNoMngt;
     if (fault) {  // a number without a record: the caller must see a failure
         *record = nullptr;
@@ -422,6 +485,7 @@ uint16_t tolkCore_getBase_msgMngt(const char *name, tolkCore_mngt **record, uint
 
 uint32_t tolkCore_putBase_msgMngt(uint16_t mngtNum, uint32_t zero)
 {
+    Hold hold(gLock);
     record(REFHOST_CALL_PUT_BASE_MSG_MNGT, {mngtNum, zero});
     if (uint32_t rc = takeFault(REFHOST_CALL_PUT_BASE_MSG_MNGT))
         return rc;
@@ -433,6 +497,7 @@ uint32_t tolkCore_putBase_msgMngt(uint16_t mngtNum, uint32_t zero)
 
 uint32_t refhost_withdrawMngt(uint16_t mngtNum)
 {
+    Hold hold(gLock);
     Mngt *m = findMngt(mngtNum);
     if (!m)
         return REFHOST_ERR_MNGT;
@@ -448,6 +513,7 @@ uint32_t refhost_withdrawMngt(uint16_t mngtNum)
 
 uint32_t refhost_mngtCount(void)
 {
+    Hold hold(gLock);
     return static_cast<uint32_t>(g.mngts.size());
 }
 
@@ -455,6 +521,7 @@ uint32_t refhost_mngtCount(void)
 
 void *refhost_newUser(const char *userName)
 {
+    Hold hold(gLock);
     User *u = new User();
     u->name = userName ? userName : "";
     g.users.push_back(u);
@@ -463,6 +530,7 @@ void *refhost_newUser(const char *userName)
 
 void refhost_freeUser(void *user)
 {
+    Hold hold(gLock);
     User *u = findUser(user);
     if (!u)
         return;
@@ -476,6 +544,7 @@ void refhost_freeUser(void *user)
 
 int refhost_isUserRegistered(void *user, uint16_t mngtNum)
 {
+    Hold hold(gLock);
     for (const Reg &r : g.regs)
         if (r.user == user && r.mngt == mngtNum)
             return 1;
@@ -485,6 +554,7 @@ int refhost_isUserRegistered(void *user, uint16_t mngtNum)
 uint32_t tolkIntf_regUser_msgMngt(void *user, uint32_t word, void *ref, uint32_t mngtNum,
                                   uint32_t none, uint32_t zero)
 {
+    Hold hold(gLock);
     record(REFHOST_CALL_REG_USER, {word, mngtNum, none, zero});
     if (uint32_t rc = takeFault(REFHOST_CALL_REG_USER))
         return rc;
@@ -505,6 +575,7 @@ uint32_t tolkIntf_regUser_msgMngt(void *user, uint32_t word, void *ref, uint32_t
 
 uint32_t tolkIntf_unregUser_msgMngt(void *user, uint32_t mngtNum, uint32_t none, uint32_t zero)
 {
+    Hold hold(gLock);
     record(REFHOST_CALL_UNREG_USER, {mngtNum, none, zero});
     if (uint32_t rc = takeFault(REFHOST_CALL_UNREG_USER))
         return rc;
@@ -524,6 +595,7 @@ uint32_t tolkIntf_unregUser_msgMngt(void *user, uint32_t mngtNum, uint32_t none,
 void *tolkIntf_findSrvMthdNtfyUser(int32_t a, uint32_t b, const char *intfName, uint32_t c,
                                    uint32_t d)
 {
+    Hold hold(gLock);
     record(REFHOST_CALL_FIND_SRV_MTHD_NTFY_USER, {(uint32_t)a, b, c, d}, intfName);
     if (takeFault(REFHOST_CALL_FIND_SRV_MTHD_NTFY_USER))
         return nullptr;
@@ -538,6 +610,7 @@ void *tolkIntf_findSrvMthdNtfyUser(int32_t a, uint32_t b, const char *intfName, 
 
 void *tolkIntf_getCore_user(void *user)
 {
+    Hold hold(gLock);
     if (takeFault(REFHOST_CALL_GET_CORE_USER))
         return nullptr;
     return findUser(user);
@@ -547,6 +620,7 @@ void *tolkIntf_getCore_user(void *user)
 
 uint32_t refhost_token(void *fn)
 {
+    Hold hold(gLock);
     if (!fn)
         return 0;
     for (size_t i = 0; i < g.tokens.size(); i++)
@@ -558,6 +632,7 @@ uint32_t refhost_token(void *fn)
 
 void *refhost_fromToken(uint32_t token)
 {
+    Hold hold(gLock);
     if (token == 0 || token > g.tokens.size())
         return nullptr;
     return g.tokens[token - 1];
@@ -566,9 +641,10 @@ void *refhost_fromToken(uint32_t token)
 /* ---- methods and subscriptions ------------------------------------------- */
 
 uint32_t tolkIntf_modSrv_mthd(void *user, uint32_t word1, uint32_t word2, uint32_t word3,
-                              uint32_t mthdMagic, const char *intfName, void *cmdBlock, void *,
-                              uint32_t index, uint32_t none1, uint32_t none2)
+                              uint32_t mthdMagic, const char *intfName, void *cmdBlock,
+                              void *ntfyBlock, uint32_t index, uint32_t none1, uint32_t none2)
 {
+    Hold hold(gLock);
     record(REFHOST_CALL_MOD_SRV_MTHD, {word1, word2, word3, mthdMagic, index, none1, none2},
            intfName);
     if (uint32_t rc = takeFault(REFHOST_CALL_MOD_SRV_MTHD))
@@ -579,6 +655,7 @@ uint32_t tolkIntf_modSrv_mthd(void *user, uint32_t word1, uint32_t word2, uint32
     auto *b = static_cast<const intfVelmor_cmdBlock *>(cmdBlock);
     if (!b || index >= b->entryCount || index >= INTFVELMOR_CMD_COUNT)
         return REFHOST_ERR_ARG;
+    noteBlocks(intfName, cmdBlock, ntfyBlock);
     putMethod(g.methods, Method{u, b->entries, &b->mngtNum, index, refhost_fromToken(word1),
                                 word2, word3, mthdMagic, intfName ? intfName : ""});
     return 0;
@@ -586,9 +663,10 @@ uint32_t tolkIntf_modSrv_mthd(void *user, uint32_t word1, uint32_t word2, uint32
 
 uint32_t tolkIntf_modCliNtfyUser_mthd(void *user, uint32_t word1, uint32_t word2, uint32_t word3,
                                       uint32_t mthdMagic, const char *, void *,
-                                      const char *intfName, void *, void *ntfyBlock,
+                                      const char *intfName, void *cmdBlock, void *ntfyBlock,
                                       uint32_t index)
 {
+    Hold hold(gLock);
     record(REFHOST_CALL_MOD_CLI_NTFY_USER_MTHD, {word1, word2, word3, mthdMagic, index}, intfName);
     if (uint32_t rc = takeFault(REFHOST_CALL_MOD_CLI_NTFY_USER_MTHD))
         return rc;
@@ -598,21 +676,24 @@ uint32_t tolkIntf_modCliNtfyUser_mthd(void *user, uint32_t word1, uint32_t word2
     auto *b = static_cast<const intfVelmor_ntfyBlock *>(ntfyBlock);
     if (!b || index >= b->entryCount || index >= INTFVELMOR_NTFY_COUNT)
         return REFHOST_ERR_ARG;
+    noteBlocks(intfName, cmdBlock, ntfyBlock);
     putMethod(g.subs, Method{u, b->entries, &b->mngtNum, index, refhost_fromToken(word1), word2,
                              word3, mthdMagic, intfName ? intfName : ""});
     return 0;
 }
 
 uint32_t tolkIntf_modSrv_ntfy_needUpdate(void *user, uint32_t word1, uint32_t word2,
-                                         uint32_t word3, const char *intfName, void *, void *,
-                                         uint32_t index)
+                                         uint32_t word3, const char *intfName, void *cmdBlock,
+                                         void *ntfyBlock, uint32_t index)
 {
+    Hold hold(gLock);
     record(REFHOST_CALL_MOD_SRV_NTFY_NEED_UPDATE, {word1, word2, word3, index}, intfName);
     if (uint32_t rc = takeFault(REFHOST_CALL_MOD_SRV_NTFY_NEED_UPDATE))
         return rc;
     User *u = findUser(user);
     if (!u)
         return REFHOST_ERR_USER;
+    noteBlocks(intfName, cmdBlock, ntfyBlock);
     g.needUpdates.push_back(u);
     g.stats.needUpdates++;
     return 0;
@@ -625,6 +706,7 @@ uint32_t tolkCore_sendMsgReq_toNameUser(void *coreUser, void *body, void *recvRe
                                         uint32_t mngtNum, uint32_t index, uint32_t none,
                                         uint32_t eighteen)
 {
+    Hold hold(gLock);
     record(REFHOST_CALL_SEND_MSG_REQ, {word1, word2, mngtNum, index, none, eighteen}, srvName);
     Entry e{};
     bool known = entryOf(mngtNum, index, &e);
@@ -634,9 +716,9 @@ uint32_t tolkCore_sendMsgReq_toNameUser(void *coreUser, void *body, void *recvRe
     if (rc == 0 && !findUser(coreUser))
         rc = REFHOST_ERR_USER;
     if (rc) {
-        // The body is ours even now; without an entry there is no way to free it.
-        if (known)
-            callFree(e.freeBody, INTFVELMOR_BODY_REQ, body);
+        // The body is ours even now.
+        callFree(known ? e.freeBody : orphanFree(srvName, nullptr, index), INTFVELMOR_BODY_REQ,
+                 body);
         return rc;
     }
 
@@ -649,7 +731,8 @@ uint32_t tolkCore_sendMsgReq_toNameUser(void *coreUser, void *body, void *recvRe
 
     const Method *srv = nullptr;
     for (const Method &m : g.methods)
-        if (srvName && m.user->name == srvName && m.index == index && *m.blockMngt == mngtNum) {
+        if (srvName && m.user->name == srvName && m.index == index &&
+            mngtOf(m.blockMngt) == mngtNum) {
             srv = &m;
             break;
         }
@@ -674,6 +757,7 @@ uint32_t tolkCore_sendMsgReq_toNameUser(void *coreUser, void *body, void *recvRe
 
 uint32_t tolkCore_isMsg_needRes(void *ctx)
 {
+    Hold hold(gLock);
     if (uint32_t rc = takeFault(REFHOST_CALL_IS_MSG_NEED_RES))
         return rc;
     const Ctx *c = liveCtx(ctx);
@@ -682,6 +766,7 @@ uint32_t tolkCore_isMsg_needRes(void *ctx)
 
 uint32_t tolkCore_sendMsgRes(void *ctx, void *body, uint32_t code, uint32_t eighteen)
 {
+    Hold hold(gLock);
     record(REFHOST_CALL_SEND_MSG_RES, {code, eighteen});
     uint32_t fault = takeFault(REFHOST_CALL_SEND_MSG_RES);
     Ctx *c = liveCtx(ctx);
@@ -750,6 +835,7 @@ uint32_t tolkIntf_sendReq_ntfy(void *user, void *body, uint32_t z1, uint32_t z2,
                                uint32_t mngtNum, uint32_t index, uint32_t z4, uint32_t z5,
                                uint32_t eighteen)
 {
+    Hold hold(gLock);
     record(REFHOST_CALL_SEND_REQ_NTFY,
            {z1, z2, z3, word1, word2, mngtNum, index, z4, z5, eighteen}, intfName);
     Entry e{};
@@ -760,8 +846,8 @@ uint32_t tolkIntf_sendReq_ntfy(void *user, void *body, uint32_t z1, uint32_t z2,
     if (rc == 0 && !findUser(user))
         rc = REFHOST_ERR_USER;
     if (rc) {
-        if (known)
-            callFree(e.freeBody, INTFVELMOR_BODY_REQ, body);
+        callFree(known ? e.freeBody : orphanFree(nullptr, intfName, index), INTFVELMOR_BODY_REQ,
+                 body);
         return rc;
     }
 
@@ -775,7 +861,7 @@ uint32_t tolkIntf_sendReq_ntfy(void *user, void *body, uint32_t z1, uint32_t z2,
     // Routed by management number and entry index: magics are shared.
     std::vector<std::pair<Method, std::string>> targets;
     for (const Method &s : g.subs)
-        if (s.index == index && *s.blockMngt == mngtNum)
+        if (s.index == index && mngtOf(s.blockMngt) == mngtNum)
             targets.emplace_back(s, s.user->name);
     std::string from = nameOf(user);
     uint16_t num = static_cast<uint16_t>(mngtNum);
@@ -796,6 +882,7 @@ uint32_t tolkIntf_sendReq_ntfy(void *user, void *body, uint32_t z1, uint32_t z2,
 
 void refhost_failNext(refhost_call which, uint32_t code)
 {
+    Hold hold(gLock);
     auto w = static_cast<unsigned>(which);
     if (w < REFHOST_CALL_COUNT)
         g.faults[w] = code;
@@ -803,12 +890,14 @@ void refhost_failNext(refhost_call which, uint32_t code)
 
 void refhost_setTrace(refhost_traceFn fn, void *arg)
 {
+    Hold hold(gLock);
     g.trace = fn;
     g.traceArg = arg;
 }
 
 refhost_statsInfo refhost_stats(void)
 {
+    Hold hold(gLock);
     refhost_statsInfo s = g.stats;
     s.contextsOpen = static_cast<uint32_t>(g.ctxs.size());
     s.bodiesHeld = static_cast<uint32_t>(g.held.size());
@@ -817,11 +906,13 @@ refhost_statsInfo refhost_stats(void)
 
 uint32_t refhost_lastResCode(void)
 {
+    Hold hold(gLock);
     return g.lastResCode;
 }
 
 void refhost_reset(void)
 {
+    Hold hold(gLock);
     while (!g.ctxs.empty())
         destroyCtx(g.ctxs.back());
     while (!g.held.empty())
@@ -836,6 +927,7 @@ void refhost_reset(void)
     g.methods.clear();
     g.subs.clear();
     g.needUpdates.clear();
+    g.blocks.clear();
     g.evts.clear();
     g.tokens.clear();
     for (uint32_t &f : g.faults)
@@ -844,6 +936,7 @@ void refhost_reset(void)
     g.traceArg = nullptr;
     g.stats = refhost_statsInfo{};
     g.lastResCode = 0;
+    g.nextMngt = 1;
 }
 
 }  // extern "C"

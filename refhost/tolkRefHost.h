@@ -21,11 +21,22 @@
  *    intfVelmor_unserializeBodyBounded (looked up at run time) when the
  *    entry's callback lives in the same object, else through the entry's
  *    unserializeBody directly.
- *  - A body handed to the core is freed even when the call fails, as long
- *    as the management and entry index are known (else there is no freeBody
- *    to call). Every server-side tolkCore_sendMsgRes ends its context.
+ *  - A body handed to the core is freed even when the call fails, through
+ *    its entry's freeBody. With a management number that the host does not
+ *    know (sent before the interface registered it, or after it returned
+ *    it), the entry is looked up where the interface's users installed it:
+ *    for a request, the named service's method for that index; for a
+ *    notification, the notification block of the named interface, which the
+ *    host learns from any modSrv / modCliNtfyUser / needUpdate call. When
+ *    neither exists (nobody serves that name, or it serves the index for two
+ *    interfaces), the body is not freed: only the library's freeBody may
+ *    release a body, and the host has none that surely matches it.
+ *    Every server-side tolkCore_sendMsgRes ends its context.
  *
- * Not thread-safe: everything runs on the caller's thread, one call at a time.
+ * Threads: one lock serializes every function of this header and of
+ * tolkHost.h, held while the library's callbacks and the users' handlers run
+ * (they may call the host again on the same thread). Management numbers are
+ * read from the interface's blocks with relaxed atomic loads.
  * Compiles as C99 and as C++.
  */
 #ifndef TOLK_REFHOST_H
