@@ -50,33 +50,6 @@ std::vector<uint8_t> scalars(std::initializer_list<std::pair<uint32_t, uint32_t>
     return out;
 }
 
-// The unbounded reader records the same as the bounded one: the failing
-// element's member, the offsets of the item and of the record that reports.
-TEST(ReadFailure, UnboundedReaderRecordsThePathIntoAnArrayElement)
-{
-    std::vector<uint8_t> in = scalars({{3, 0}, {4, 2}, {3, 1}, {4, 2}, {5, 3}});
-    std::vector<uint8_t> mac = {0, 0, 0, 6, 0, 0, 0, 4, 'a', 0, 0, 0};
-    in.insert(in.end(), mac.begin(), mac.end());
-    std::vector<uint8_t> bad = scalars({{3, 1}, {9, 2}});
-    in.insert(in.end(), bad.begin(), bad.end());
-    AftConfig rec{};
-    const uint8_t *pos = in.data();
-    ReadFailure f{};
-    ASSERT_EQ(4u, iv::readRecord(iv::Desc<AftConfig>::d, &rec, &pos, nullptr, f));
-    EXPECT_EQ(ReadFailure::kWrongTag, f.reason);
-    EXPECT_EQ(4u, f.tag);
-    EXPECT_EQ(9u, f.found);
-    EXPECT_EQ(4u, f.length);
-    EXPECT_EQ(24u + 48u + 12u, f.offset);
-    EXPECT_EQ(24u + 48u, f.base);
-    ASSERT_EQ(2u, f.depth);  // innermost first: AftSta.v4, then AftConfig.stations[1]
-    EXPECT_EQ(1u, f.path[0].field);
-    EXPECT_EQ(ReadFailure::kWhole, f.path[0].element);
-    EXPECT_EQ(1u, f.path[1].field);
-    EXPECT_EQ(1u, f.path[1].element);
-    EXPECT_FALSE(f.pathCut);
-}
-
 // A stamp of another message is refused without a line: the record alone
 // says what item 1 held.
 TEST(ReadFailure, FrameRecordsAForeignStamp)

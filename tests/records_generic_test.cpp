@@ -1,7 +1,8 @@
 // For every record type: random records of every shape serialize to exactly
 // serialize_lg bytes, read back (plain and bounded) to the same bytes, and
 // copy preserves them; a wrong tag on any item of them gives code 4 with
-// the failure line and the "Error Before" chain at every level above.
+// the failure line and the "Error Before" chain at every level above, and a
+// failure record with the item, its record and the member path to it.
 #include <stdlib.h>
 #include <string.h>
 
@@ -116,9 +117,13 @@ INTFVELMOR_RECORD_TYPES(IVT_PROPERTY)
 // ---- a wrong tag on every item ------------------------------------------------
 
 // An item of the serialized record, and the lines that a wrong tag on it gives.
+using Step = iv::ReadFailure::Step;
+
 struct Failing {
-    size_t offset;
+    size_t offset, base;  // of the item, of the record that reports it
+    uint32_t tag;
     bool wide;  // a 64-bit item
+    std::vector<Step> path;  // innermost first
     Lines lines;
 };
 
@@ -137,6 +142,7 @@ constexpr uint32_t kWrong = 0x40;  // added to a tag
 struct Walk {
     const uint8_t *bytes;
     std::vector<Failing> items;
+    std::vector<Step> outer;  // the steps into the record being walked, outermost first
 
     // "Error Before" for the members after field i that write an item at this
     // level. The record read into starts zero-filled, so a later array of
@@ -154,12 +160,22 @@ struct Walk {
         return out;
     }
 
-    void item(size_t &off, uint32_t tag, bool wide, const std::string &fn, size_t base,
+    void item(size_t &off, Step at, uint32_t tag, bool wide, const std::string &fn, size_t base,
               const Lines &after)
     {
         uint32_t len = wide ? 8 : be32(bytes + off + 4);
-        items.push_back({off, wide, Lines{tlLine(fn, bytes + base, tag + kWrong, len, tag)} + after});
+        std::vector<Step> path{at};
+        path.insert(path.end(), outer.rbegin(), outer.rend());
+        items.push_back({off, base, tag, wide, path,
+                         Lines{tlLine(fn, bytes + base, tag + kWrong, len, tag)} + after});
         off += wide ? 24 : 8 + len;
+    }
+
+    void nested(Step at, const iv::TypeDesc &d, const uint8_t *rec, size_t &off, const Lines &above)
+    {
+        outer.push_back(at);
+        record(d, rec, off, above);
+        outer.pop_back();
     }
 
     void record(const iv::TypeDesc &d, const uint8_t *rec, size_t &off, const Lines &above)
@@ -170,26 +186,28 @@ struct Walk {
             const iv::Field &f = d.fields[i];
             const uint8_t *m = rec + f.offset;
             Lines after = laterChain(d, i, fn, base) + above;
+            const Step whole{(uint8_t)i, iv::ReadFailure::kWhole};
+            const Step count{(uint8_t)i, iv::ReadFailure::kCount};
             switch (f.form) {
-            case iv::Form::Record: record(*f.sub, m, off, after); break;
+            case iv::Form::Record: nested(whole, *f.sub, m, off, after); break;
             case iv::Form::Table:
                 for (uint32_t k = 0; k < f.cap; ++k)
-                    record(*f.sub, m + k * f.stride, off, after);
+                    nested({(uint8_t)i, (uint16_t)k}, *f.sub, m + k * f.stride, off, after);
                 break;
             case iv::Form::ArrayRec:
-                item(off, f.countTag, false, fn, base, after);
+                item(off, count, f.countTag, false, fn, base, after);
                 for (uint32_t k = 0; k < countOf(f, rec); ++k)
-                    record(*f.sub, m + k * f.stride, off, after);
+                    nested({(uint8_t)i, (uint16_t)k}, *f.sub, m + k * f.stride, off, after);
                 break;
             case iv::Form::ArrayU32: {
-                item(off, f.countTag, false, fn, base, after);
+                item(off, count, f.countTag, false, fn, base, after);
                 uint32_t n = countOf(f, rec);
                 for (uint32_t k = 0; k < n; ++k)
-                    item(off, f.tag, false, fn, base,
+                    item(off, {(uint8_t)i, (uint16_t)k}, f.tag, false, fn, base,
                          errorBeforeLines(fn, bytes + base, f.tag, f.tag, (int)(n - k - 1)) + after);
                 break;
             }
-            default: item(off, f.tag, f.form == iv::Form::U64, fn, base, after); break;
+            default: item(off, whole, f.tag, f.form == iv::Form::U64, fn, base, after); break;
             }
         }
     }
@@ -203,7 +221,7 @@ void checkChains()
     fillRandom(iv::Desc<T>::d, (uint8_t *)rec.get(), rng);
     // Lines name the input by address: every case reads from this one buffer.
     std::vector<uint8_t> bytes = encode(*rec);
-    Walk w{bytes.data(), {}};
+    Walk w{bytes.data(), {}, {}};
     size_t end = 0;
     w.record(iv::Desc<T>::d, (const uint8_t *)rec.get(), end, {});
     ASSERT_EQ(bytes.size(), end) << Ops<T>::name;
@@ -223,6 +241,22 @@ void checkChains()
             ASSERT_EQ(4u, rc) << Ops<T>::name << " item at " << f.offset;
             ASSERT_EQ((long)f.offset, p - bytes.data()) << Ops<T>::name;
             ASSERT_EQ(f.lines, lines()) << Ops<T>::name << " item at " << f.offset;
+            // The record the lines were formatted from.
+            iv::ReadFailure got{};
+            got.start = bytes.data();
+            p = bytes.data();
+            ASSERT_EQ(4u, iv::readRecord(iv::Desc<T>::d, back.get(), &p,
+                                         bounded ? bytes.data() + bytes.size() : nullptr, got));
+            EXPECT_EQ(iv::ReadFailure::kWrongTag, got.reason);
+            EXPECT_EQ(f.tag, got.tag);
+            EXPECT_EQ(f.tag + kWrong, got.found);
+            EXPECT_EQ(f.offset, got.offset);
+            EXPECT_EQ(f.base, got.base);
+            ASSERT_EQ(std::min<size_t>(f.path.size(), iv::ReadFailure::kMaxDepth), got.depth);
+            for (size_t s = 0; s < got.depth; ++s) {
+                EXPECT_EQ(f.path[s].field, got.path[s].field) << "step " << s;
+                EXPECT_EQ(f.path[s].element, got.path[s].element) << "step " << s;
+            }
         }
         tagByte -= kWrong;
     }
