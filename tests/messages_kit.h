@@ -27,31 +27,15 @@ inline Bytes operator+(Bytes a, const Bytes &b)
     return a;
 }
 
-// Wire items as a peer writes them, independently of the library.
-inline void put32(Bytes &b, uint32_t w)
-{
-    for (int s = 24; s >= 0; s -= 8)
-        b.push_back((uint8_t)(w >> s));
-}
-
+// Wire items in the kit's notation (texts without blanks or '*').
 inline Bytes scalarItem(uint32_t tag, uint32_t value)
 {
-    Bytes b;
-    put32(b, tag), put32(b, 4), put32(b, value);
-    return b;
+    return wire("s" + std::to_string(tag) + ":" + std::to_string(value));
 }
-
-// Tag, L, the characters, the NUL and 1 to 4 zero pad bytes.
 inline Bytes textItem(uint32_t tag, const std::string &text)
 {
-    uint32_t len = (((uint32_t)text.size() + 1) & ~3u) + 4;
-    Bytes b;
-    put32(b, tag), put32(b, len);
-    b.insert(b.end(), text.begin(), text.end());
-    b.resize(8 + len, 0);
-    return b;
+    return wire("t" + std::to_string(tag) + ":" + text);
 }
-
 inline Bytes frame(uint32_t magic, uint32_t stamp)
 {
     return scalarItem(0, magic) + scalarItem(1, stamp);

@@ -120,7 +120,7 @@ def snapshot(rev, work):
 
 
 def ctest(build, timeout):
-    r = run(["ctest", "-j2", "--timeout", str(timeout)], build)
+    r = run(["ctest", "-j2", "--stop-on-failure", "--timeout", str(timeout)], build)
     failed = re.findall(r"\d+ - (\S+) \(", r.stdout)
     return r.returncode == 0, failed
 
