@@ -119,8 +119,14 @@ def snapshot(rev, work):
     return src
 
 
-def ctest(build, timeout):
-    r = run(["ctest", "-j2", "--stop-on-failure", "--timeout", str(timeout)], build)
+def build_failures(build):
+    """Targets that fail to build (the build goes on past them)."""
+    return set(re.findall(r"^FAILED: (\S+)", run(["ninja", "-j2", "-k", "0"], build).stdout, re.M))
+
+
+def ctest(build, timeout, skip):
+    r = run(["ctest", "-j2", "--stop-on-failure", "--timeout", str(timeout)] +
+            (["-E", "^(" + "|".join(skip) + ")$"] if skip else []), build)
     failed = re.findall(r"\d+ - (\S+) \(", r.stdout)
     return r.returncode == 0, failed
 
@@ -154,12 +160,12 @@ def main():
     run(["cmake", "-S", src, "-B", build, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Debug",
          "-DCMAKE_CXX_FLAGS=-O0", "-DCMAKE_C_FLAGS=-O0"] + launch * bool(shutil.which("ccache")),
         src)
-    r = run(["ninja", "-j2"], build)
-    if r.returncode:
-        sys.exit("the unmutated tree does not build:\n" + r.stdout[-3000:])
-    ok, failed = ctest(build, args.timeout)
-    if not ok:
-        sys.exit(f"the unmutated suite fails: {failed}")
+    # What fails on the unmutated tree stays out of the measure, and is said.
+    broken = build_failures(build)
+    r = run(["ctest", "-j2", "--timeout", str(args.timeout)], build)
+    skip = re.findall(r"\d+ - (\S+) \(", r.stdout)
+    if broken or skip:
+        print(f"unmutated tree: targets failing {sorted(broken)}, tests left out {skip}")
 
     caught, survived, skipped, tried = [], [], [], 0
     print(f"{len(drawn)} sites, seed {args.seed}, rev {args.rev}", flush=True)
@@ -179,11 +185,11 @@ def main():
             with open(path, "w") as fh:
                 fh.write("\n".join(lines))
             started = time.time()
-            if run(["ninja", "-j2"], build).returncode:
+            if build_failures(build) - broken:
                 skipped.append(k)
                 continue
             tried += 1
-            ok, failed = ctest(build, args.timeout)
+            ok, failed = ctest(build, args.timeout, skip)
             spent = time.time() - started
             if ok:
                 survived.append(k)
