@@ -63,42 +63,49 @@ protected:
 
 // ---- body callbacks called directly --------------------------------------------------
 
-TEST_F(Frame, UnknownBodyTypesOnEveryCommand)
+// Body types the callbacks do not know, and logBody, on every entry of both
+// blocks: a notification has no response body either.
+TEST_F(Frame, UnknownBodyTypesAndLogBodyOnEveryEntry)
 {
     Head body{0, 0};  // never looked at, never freed
-    for (uint32_t i = 0; i < INTFVELMOR_CMD_COUNT; ++i) {
-        const char *n = kCmds[i].name;
+    for (uint32_t i = 0; i < INTFVELMOR_CMD_COUNT + INTFVELMOR_NTFY_COUNT; ++i) {
+        bool ntfy = i >= INTFVELMOR_CMD_COUNT;
+        const intfVelmor_entry &e =
+            ntfy ? intfVelmor_base.ntfy.entries[i - INTFVELMOR_CMD_COUNT] : cmd(i);
+        const char *n = ntfy ? kNtfys[i - INTFVELMOR_CMD_COUNT].name : kCmds[i].name;
+        const char *kind = ntfy ? "msgNtfy" : "msgCmd";
         SCOPED_TRACE(n);
         clearLogs();
         uint8_t *out = nullptr;
         uint32_t len = 0, size = 0;
         void *got = nullptr;
-        EXPECT_EQ(1u, cmd(i).serializeBody(2, &body, &out, &len));
-        EXPECT_EQ(1u, cmd(i).unserializeBody(-1, kCCAReq.data(), &got, &size));
-        cmd(i).freeBody(2, &body);
+        Strings want;
+        if (ntfy) {
+            EXPECT_EQ(1u, e.serializeBody(1, &body, &out, &len));
+            EXPECT_EQ(1u, e.unserializeBody(1, kCCAReq.data(), &got, &size));
+            e.freeBody(1, &body);
+            want = {cb("serializeBody", kind, n) + ": No Serialize response process\n",
+                    cb("unserializeBody", kind, n) + ": No Unserialize response process\n",
+                    cb("freeBody", kind, n) + ": No free body response process\n"};
+        }
+        EXPECT_EQ(1u, e.serializeBody(2, &body, &out, &len));
+        EXPECT_EQ(1u, e.unserializeBody(-1, kCCAReq.data(), &got, &size));
+        e.freeBody(2, &body);
         EXPECT_EQ(nullptr, out);
         EXPECT_EQ(nullptr, got);
-        // freeBody's line has no line end.
-        EXPECT_EQ(linesAt(3), (Strings{cb("serializeBody", "msgCmd", n) + ": Type(2) unknown\n",
-                                       cb("unserializeBody", "msgCmd", n) + ": Type(-1) unknown\n",
-                                       cb("freeBody", "msgCmd", n) + ": Type(2) unknown"}));
-        EXPECT_EQ(3u, logs().size());
-    }
-}
-
-TEST_F(Frame, LogBodyGivesAnEmptyText)
-{
-    for (uint32_t i = 0; i < INTFVELMOR_CMD_COUNT; ++i) {
-        SCOPED_TRACE(kCmds[i].name);
-        clearLogs();
         char *text = nullptr;
-        cmd(i).logBody(1, 2, 3, &text);
+        e.logBody(1, 2, 3, &text);
         ASSERT_NE(nullptr, text);
         EXPECT_STREQ("", text);
         free(text);
-        cmd(i).logBody(1, 2, 3, nullptr);
-        EXPECT_EQ(linesAt(3),
-                  Strings{cb("logBody", "msgCmd", kCmds[i].name) + ": Invalid parameter\n"});
+        e.logBody(1, 2, 3, nullptr);
+        // freeBody's line has no line end.
+        want = want + Strings{cb("serializeBody", kind, n) + ": Type(2) unknown\n",
+                              cb("unserializeBody", kind, n) + ": Type(-1) unknown\n",
+                              cb("freeBody", kind, n) + ": Type(2) unknown",
+                              cb("logBody", kind, n) + ": Invalid parameter\n"};
+        EXPECT_EQ(want, linesAt(3));
+        EXPECT_EQ(want.size(), logs().size());
     }
 }
 

@@ -152,42 +152,6 @@ TEST_F(Ntfy, BodyHeldElsewhereIsLeftAlone)
     EXPECT_EQ(Strings{}, lines());
 }
 
-TEST_F(Ntfy, ResponseAndUnknownTypesOnEveryNotification)
-{
-    PairingBody body{0, 0, 0};  // never looked at, never freed
-    for (uint32_t i = 0; i < INTFVELMOR_NTFY_COUNT; ++i) {
-        const char *n = kNtfys[i].name;
-        SCOPED_TRACE(n);
-        clearLogs();
-        uint8_t *out = nullptr;
-        uint32_t len = 0, size = 0;
-        void *got = nullptr;
-        EXPECT_EQ(1u, ntfy(i).serializeBody(1, &body, &out, &len));
-        EXPECT_EQ(1u, ntfy(i).unserializeBody(1, kPairing5.data(), &got, &size));
-        ntfy(i).freeBody(1, &body);
-        EXPECT_EQ(1u, ntfy(i).serializeBody(2, &body, &out, &len));
-        EXPECT_EQ(1u, ntfy(i).unserializeBody(2, kPairing5.data(), &got, &size));
-        ntfy(i).freeBody(2, &body);
-        EXPECT_EQ(nullptr, out);
-        EXPECT_EQ(nullptr, got);
-        char *text = nullptr;
-        ntfy(i).logBody(0, 0, 0, &text);
-        ASSERT_NE(nullptr, text);
-        EXPECT_STREQ("", text);
-        free(text);
-        ntfy(i).logBody(0, 0, 0, nullptr);
-        EXPECT_EQ(linesAt(3),
-                  (Strings{cb("serializeBody", "msgNtfy", n) + ": No Serialize response process\n",
-                           cb("unserializeBody", "msgNtfy", n) +
-                               ": No Unserialize response process\n",
-                           cb("freeBody", "msgNtfy", n) + ": No free body response process\n",
-                           cb("serializeBody", "msgNtfy", n) + ": Type(2) unknown\n",
-                           cb("unserializeBody", "msgNtfy", n) + ": Type(2) unknown\n",
-                           cb("freeBody", "msgNtfy", n) + ": Type(2) unknown",
-                           cb("logBody", "msgNtfy", n) + ": Invalid parameter\n"}));
-    }
-}
-
 // ---- broken magic ---------------------------------------------------------------------------
 
 using NtfyDeathTest = Ntfy;
