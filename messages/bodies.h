@@ -66,7 +66,7 @@ constexpr uint16_t bodySize()
     uint32_t magic;  \
     uint16_t ref;
 
-// Bodies without members share this layout.
+// The layout of every body without members.
 struct ivEmptyBody { IV_BODY_HEAD };
 
 #define IV_BODY_MEMBER(i, T, name) ::iv::Is<T> name;
@@ -79,6 +79,17 @@ IV_COMMANDS(IV_CMD_BODIES)
 IV_NOTIFICATIONS(IV_NTFY_BODY)
 #undef IV_CMD_BODIES
 #undef IV_NTFY_BODY
+
+// Bodies without members have no description; records and other bodies do.
+namespace iv {
+template <class T>
+inline constexpr bool hasMembers = true;
+#define IV_CMD_EMPTY(idx, X, entryName, magic, stamp, magicName, req, res)     \
+    IV_IF_NONE(req)(template <> inline constexpr bool hasMembers<ivReq_##X> = false;) \
+    IV_IF_NONE(res)(template <> inline constexpr bool hasMembers<ivRes_##X> = false;)
+IV_COMMANDS(IV_CMD_EMPTY)
+#undef IV_CMD_EMPTY
+}  // namespace iv
 
 // Describes a body's members, numbered from 3, after its head.
 #define IV_BODY(T, ...) \

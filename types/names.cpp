@@ -34,7 +34,7 @@ struct Names {
 template <class T>
 constexpr Names entry()
 {
-    if constexpr (std::is_same_v<T, ivEmptyBody>)
+    if constexpr (!hasMembers<T>)
         return {nullptr, nullptr};
     else
         return {&Desc<T>::d, &MemberNames<T>::text};
