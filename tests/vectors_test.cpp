@@ -112,7 +112,8 @@ Read readInto(const AnyOps &o, void *rec, const Bytes &in, bool bounded)
 {
     // An exact-size copy: a read past the end shows under the sanitizers.
     std::unique_ptr<uint8_t[]> b(new uint8_t[in.size() + !in.size()]);
-    memcpy(b.get(), in.data(), in.size());
+    if (!in.empty())
+        memcpy(b.get(), in.data(), in.size());
     const uint8_t *p = b.get();
     uint32_t rc = bounded ? o.unserBounded(rec, &p, b.get() + in.size()) : o.unser(rec, &p);
     return {rc, (long)(p - b.get())};
