@@ -8,7 +8,7 @@
 
 /* ---- MAC filter lists -------------------------------------------------- */
 typedef struct MacDef {
-    char mac[18];
+    char mac[18];  /* hardware address text, "aa:bb:cc:dd:ee:ff" */
 } MacDef;
 
 #define INTFVELMOR_MACDEF_MAX 50
@@ -23,7 +23,7 @@ typedef struct APWpsCfg {
     uint8_t v3, v4;
     uint16_t v5;
     uint8_t v6;
-    char pin[9];
+    char pin[9];  /* eight-digit WPS PIN */
     uint32_t v8;
     char s9[2048];
     uint32_t v10;
@@ -31,11 +31,11 @@ typedef struct APWpsCfg {
 
 typedef struct APBackHaulWPSCfg {
     uint8_t v3;
-    char ssid[33];
+    char ssid[33];  /* SSID, up to 32 characters */
     uint16_t v5;
     char s6[20];
     char s7[64];
-    char mac[18];
+    char mac[18];  /* hardware address text, "aa:bb:cc:dd:ee:ff" */
 } APBackHaulWPSCfg;
 
 /* Three groups of one shape follow v7, as plain members (no count, no
@@ -43,20 +43,20 @@ typedef struct APBackHaulWPSCfg {
 typedef struct APSecCfg {
     uint16_t v3;
     char s4[27];
-    char key[65];
+    char key[65];  /* 256-bit key in hexadecimal, up to 64 characters */
     char s6[64];
     uint32_t v7;
-    char ip1[16];
+    char ip1[16];  /* dotted IPv4 address text */
     uint16_t v9;
     char s10[201];
     uint16_t v11, v12;
     uint32_t v13;
-    char ip2[16];
+    char ip2[16];  /* dotted IPv4 address text */
     uint16_t v15;
     char s16[201];
     uint16_t v17, v18;
     uint32_t v19;
-    char ip3[16];
+    char ip3[16];  /* dotted IPv4 address text */
     uint16_t v21;
     char s22[201];
     uint16_t v23, v24;
@@ -89,7 +89,7 @@ typedef struct RadioMeasurements {
 } RadioMeasurements;
 
 typedef struct APCfg {
-    char ssid[33];
+    char ssid[33];  /* SSID, up to 32 characters */
     uint8_t v4, v5, v6, v7;
     APSecCfg apSecCfg;
     APWpsCfg apWpsCfg;
@@ -112,7 +112,7 @@ typedef struct APCfgRet {
 
 /* ---- Capacities -------------------------------------------------------- */
 typedef struct APCapacity {
-    char mac[18];
+    char mac[18];  /* hardware address text, "aa:bb:cc:dd:ee:ff" */
     uint8_t v4, v5;
     uint16_t v6;
     uint8_t v7;
@@ -120,13 +120,13 @@ typedef struct APCapacity {
 } APCapacity;
 
 typedef struct EPCapacity {
-    char mac[18];
+    char mac[18];  /* hardware address text, "aa:bb:cc:dd:ee:ff" */
     int16_t v4;
     uint8_t v5;
 } EPCapacity;
 
 typedef struct ANCapacity {
-    char mac[18];
+    char mac[18];  /* hardware address text, "aa:bb:cc:dd:ee:ff" */
     uint16_t v4;
 } ANCapacity;
 
@@ -134,17 +134,17 @@ typedef struct ANCapacity {
 typedef struct EPSecCfg {
     uint16_t v3;
     char s4[27];
-    char key[65];
+    char key[65];  /* 256-bit key in hexadecimal, up to 64 characters */
 } EPSecCfg;
 
 typedef struct ANSecCfg {
     uint16_t v3;
     char s4[27];
-    char key[65];
+    char key[65];  /* 256-bit key in hexadecimal, up to 64 characters */
 } ANSecCfg;
 
 typedef struct EPCfg {
-    char ssid[33];
+    char ssid[33];  /* SSID, up to 32 characters */
     EPSecCfg epSecCfg;
 } EPCfg;
 

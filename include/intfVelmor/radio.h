@@ -52,7 +52,7 @@ typedef struct Timestamp {
 /* ---- Radio definition and capacity ------------------------------------- */
 typedef struct RadioDef {
     char s3[10];
-    char mac[18];
+    char mac[18];  /* hardware address text, "aa:bb:cc:dd:ee:ff" */
     int8_t v5;
 } RadioDef;
 
@@ -89,13 +89,13 @@ typedef struct RadioCapacity {
 /* ---- Airtime and access-category statistics ---------------------------- */
 typedef struct AftSta {
     uint32_t v3, v4, v5;
-    char mac[18];
+    char mac[18];  /* hardware address text, "aa:bb:cc:dd:ee:ff" */
 } AftSta;
 
 #define INTFVELMOR_AFTSTA_MAX 10
 typedef struct AftConfig {
     uint32_t v3;
-    uint32_t stationsCount;
+    uint32_t stationsCount;  /* stored unchanged; at most 10 elements are used */
     AftSta stations[INTFVELMOR_AFTSTA_MAX];
 } AftConfig;
 
@@ -115,7 +115,7 @@ typedef struct AC {
 
 /* ---- Channel scan and survey ------------------------------------------- */
 typedef struct AcsLastScanSsidInfo {
-    char mac[18];
+    char mac[18];  /* hardware address text, "aa:bb:cc:dd:ee:ff" */
     char s4[33];
     uint8_t v5;
     uint32_t v6;
@@ -146,7 +146,7 @@ typedef struct SSIDSurvey {
     uint32_t v3;
     char s4[33];
     uint32_t v5, v6;
-    char mac[18];
+    char mac[18];  /* hardware address text, "aa:bb:cc:dd:ee:ff" */
     uint32_t v8;
     uint16_t v9, v10;
     uint8_t v11;

@@ -8,7 +8,7 @@
 
 /* ---- Associated devices ------------------------------------------------ */
 typedef struct assocDevDescr {
-    char mac[18];
+    char mac[18];  /* hardware address text, "aa:bb:cc:dd:ee:ff" */
     uint8_t v4;
 } assocDevDescr;
 
@@ -24,7 +24,7 @@ typedef struct assocDevStats {
 } assocDevStats;
 
 typedef struct assocDevInfo {
-    char mac[18];
+    char mac[18];  /* hardware address text, "aa:bb:cc:dd:ee:ff" */
     uint8_t v4, v5;
     uint32_t v6, v7;
     int16_t v8, v9;
@@ -53,7 +53,7 @@ typedef struct assocDevListRet {
 
 /* ---- Probe requests and low RSSI --------------------------------------- */
 typedef struct ProbeRequestRxInfo {
-    char mac[18];
+    char mac[18];  /* hardware address text, "aa:bb:cc:dd:ee:ff" */
     uint32_t v4, v5, v6;
 } ProbeRequestRxInfo;
 
@@ -65,7 +65,7 @@ typedef struct ProbeRequestList {
 } ProbeRequestList;
 
 typedef struct LowRSSINtf {
-    char mac[18];
+    char mac[18];  /* hardware address text, "aa:bb:cc:dd:ee:ff" */
     int16_t v4;
 } LowRSSINtf;
 
@@ -74,7 +74,7 @@ typedef struct LowRSSINtf {
 typedef struct bssTransitionCandidateList {
     uint32_t v3;
     uint8_t v4;
-    char mac[18];
+    char mac[18];  /* hardware address text, "aa:bb:cc:dd:ee:ff" */
     uint32_t v6;
     uint8_t v7, v8, v9;
 } bssTransitionCandidateList;
@@ -92,18 +92,18 @@ typedef struct bssTransitionActionFrame {
 
 typedef struct bssTransitionRequest {
     bssTransitionActionFrame actionFrame;
-    char mac[18];
+    char mac[18];  /* hardware address text, "aa:bb:cc:dd:ee:ff" */
     uint8_t v5, v6;
 } bssTransitionRequest;
 
 typedef struct bssTransitionResponse {
     uint8_t v3;
-    char mac[18];
+    char mac[18];  /* hardware address text, "aa:bb:cc:dd:ee:ff" */
 } bssTransitionResponse;
 
 /* ---- Measurement requests and beacon reports --------------------------- */
 typedef struct ActionFrameCfg {
-    char mac[18];
+    char mac[18];  /* hardware address text, "aa:bb:cc:dd:ee:ff" */
     uint8_t v4, v5;
 } ActionFrameCfg;
 
@@ -118,7 +118,7 @@ typedef struct MeasurementRequestCfg {
 
 typedef struct BeaconRequestAPCfg {
     uint32_t v3, v4;
-    char mac[18];
+    char mac[18];  /* hardware address text, "aa:bb:cc:dd:ee:ff" */
     char s6[32];
 } BeaconRequestAPCfg;
 
@@ -145,7 +145,7 @@ typedef struct ExtraBeaconReportElt {
 
 typedef struct beaconReportElt {
     uint8_t v3;
-    char mac[18];
+    char mac[18];  /* hardware address text, "aa:bb:cc:dd:ee:ff" */
     uint8_t v5, v6;
     uint16_t v7;
     uint8_t v8, v9, v10;
@@ -156,7 +156,7 @@ typedef struct beaconReportElt {
 #define INTFVELMOR_BEACON_REPORT_MAX 100
 typedef struct beaconReport {
     Timestamp timestamp;
-    char mac[18];
+    char mac[18];  /* hardware address text, "aa:bb:cc:dd:ee:ff" */
     uint32_t eltsCount; /* stored unchanged; at most 100 elements are used */
     beaconReportElt elts[INTFVELMOR_BEACON_REPORT_MAX];
 } beaconReport;
@@ -205,7 +205,7 @@ typedef struct BsdStatsRadio {
 } BsdStatsRadio;
 
 typedef struct BsdStatsStation {
-    char mac[18];
+    char mac[18];  /* hardware address text, "aa:bb:cc:dd:ee:ff" */
     char s4[15];
     char s5[15];
     uint32_t v6, v7, v8, v9, v10;
@@ -215,7 +215,7 @@ typedef struct BsdStatsStation {
 } BsdStatsStation;
 
 typedef struct BSDDevices {
-    char mac[18];
+    char mac[18];  /* hardware address text, "aa:bb:cc:dd:ee:ff" */
     uint32_t v4;
     int8_t v5, v6, v7;
 } BSDDevices;
