@@ -10,6 +10,7 @@
 //   pre <wire>     read into the record first
 //   in  <wire>     continuation lines start with a blank
 //   bounded        read with the bounded reader
+//   bits 32        only where pointers have 32 bits
 //   rc  <code>     default 0
 //   at  <offset>   where the read stopped; default the end when rc is 0
 //   out <wire>     the record serialized after the read; default in when rc is 0
@@ -37,7 +38,7 @@ using Bytes = std::vector<uint8_t>;
 struct Case {
     std::string where, type;
     std::string pre, in, out;
-    bool bounded = false;
+    bool bounded = false, only32 = false;
     long rc = 0, at = -1, len = -1;
     Lines log;
 };
@@ -72,6 +73,8 @@ std::vector<Case> load(const std::string &path)
             *(cont = key == "pre" ? &c.pre : key == "in" ? &c.in : &c.out) = rest;
         else if (key == "bounded")
             c.bounded = true;
+        else if (key == "bits")
+            c.only32 = rest == "32";
         else if (key == "rc" || key == "at" || key == "len")
             (key == "rc" ? c.rc : key == "at" ? c.at : c.len) = std::stol(rest);
         else if (key == "log")
@@ -175,6 +178,8 @@ void checkBody(const Case &c)
 
 void check(const Case &c)
 {
+    if (c.only32 && sizeof(void *) != 4)
+        return;
     if (c.type.find('.') != std::string::npos)
         return checkBody(c);
     const AnyOps *o = opsByName(c.type);
