@@ -64,11 +64,6 @@ void takeAndFree(void *p)
     free(p);
 }
 
-std::string cbName(const char *op, const char *kind, const std::string &msg)
-{
-    return std::string("intfVelmor_cbEvtMsgMngt_") + op + "_" + kind + "_" + msg;
-}
-
 constexpr char kAllocCtx[] = "Allocating Memory Ctx[]\n";
 constexpr char kAllocN[] = "Allocating Memory N Ctx[]\n";
 
@@ -136,11 +131,11 @@ TEST_F(Faults, EveryAllocationOfEveryCommandFailsCleanly)
         // body, its buffer; client: response body.
         const std::vector<Stage> stages = {
             {"intfVelmor_sendReq_" + cmd.name, kAllocCtx, 0, 0},
-            {cbName("serializeBody", "msgCmdReq", cmd.name), kAllocN, INTFVELMOR_ERR_ALLOC, 0},
-            {cbName("unserializeBody", "msgCmdReq", cmd.name), kAllocCtx, INTFVELMOR_ERR_ALLOC, 0},
+            {cb("serializeBody", "msgCmdReq", cmd.name), kAllocN, INTFVELMOR_ERR_ALLOC, 0},
+            {cb("unserializeBody", "msgCmdReq", cmd.name), kAllocCtx, INTFVELMOR_ERR_ALLOC, 0},
             {"intfVelmor_sendRes_" + cmd.name, kAllocCtx, 0, 1},
-            {cbName("serializeBody", "msgCmdRes", cmd.name), kAllocN, 0, 1},
-            {cbName("unserializeBody", "msgCmdRes", cmd.name), kAllocCtx, 0, 1},
+            {cb("serializeBody", "msgCmdRes", cmd.name), kAllocN, 0, 1},
+            {cb("unserializeBody", "msgCmdRes", cmd.name), kAllocCtx, 0, 1},
         };
         uint32_t n = 1;
         for (;; ++n) {
@@ -189,8 +184,8 @@ TEST_F(Faults, EveryAllocationOfEveryNotificationFailsCleanly)
         // Publisher: body, its buffer; subscriber: body.
         const std::vector<Stage> stages = {
             {"intfVelmor_sendReq_" + nt.sendName, kAllocCtx, 0, 0},
-            {cbName("serializeBody", "msgNtfyReq", nt.name), kAllocN, 0, 0},
-            {cbName("unserializeBody", "msgNtfyReq", nt.name), kAllocCtx, 0, 0},
+            {cb("serializeBody", "msgNtfyReq", nt.name), kAllocN, 0, 0},
+            {cb("unserializeBody", "msgNtfyReq", nt.name), kAllocCtx, 0, 0},
         };
         uint32_t n = 1;
         for (;; ++n) {
@@ -241,10 +236,10 @@ TEST_F(Faults, LogBodyTextAllocationFailsToNull)
         EXPECT_EQ(Strings{}, lines());
     };
     for (uint32_t i = 0; i < INTFVELMOR_CMD_COUNT; ++i)
-        check(intfVelmor_base.cmd.entries[i], cbName("logBody", "msgCmd", commands()[i].name));
+        check(intfVelmor_base.cmd.entries[i], cb("logBody", "msgCmd", commands()[i].name));
     for (uint32_t i = 0; i < INTFVELMOR_NTFY_COUNT; ++i)
         check(intfVelmor_base.ntfy.entries[i],
-              cbName("logBody", "msgNtfy", notifications()[i].name));
+              cb("logBody", "msgNtfy", notifications()[i].name));
     expectAllReleased();
 }
 

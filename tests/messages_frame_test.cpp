@@ -30,11 +30,6 @@ const Bytes kCCARes = kCCAReq + scalarItem(3, 1) + scalarItem(4, 2) + scalarItem
 
 const intfVelmor_entry &cmd(uint32_t i) { return intfVelmor_base.cmd.entries[i]; }
 
-std::string cb(const char *op, const char *kind, const char *name)
-{
-    return std::string("intfVelmor_cbEvtMsgMngt_") + op + "_" + kind + "_" + name;
-}
-
 struct Received {
     uint32_t rc;
     void *body;

@@ -6,24 +6,6 @@ using namespace ivtest;
 
 namespace {
 
-using ModSrv = uint32_t (*)(void *, uint32_t, uint32_t, uint32_t);
-const ModSrv kModSrv[INTFVELMOR_CMD_COUNT] = {
-    intfVelmor_modSrv_recvMsg_getAssocDevStats,        intfVelmor_modSrv_recvMsg_selectAndCreateRadio,
-    intfVelmor_modSrv_recvMsg_createAccessPoint,       intfVelmor_modSrv_recvMsg_getProbeRequestList,
-    intfVelmor_modSrv_recvMsg_getTemporarilyBlackList, intfVelmor_modSrv_recvMsg_configureAccessPoint,
-    intfVelmor_modSrv_recvMsg_configureQTNBackHaulWPS, intfVelmor_modSrv_recvMsg_temporarilyBlackList,
-    intfVelmor_modSrv_recvMsg_11vActionFrame,          intfVelmor_modSrv_recvMsg_getStationsStatistics,
-    intfVelmor_modSrv_recvMsg_beaconRequest,           intfVelmor_modSrv_recvMsg_setBeaconIETUK,
-    intfVelmor_modSrv_recvMsg_getChannelCreated,       intfVelmor_modSrv_recvMsg_getCCAStatistic,
-};
-
-using ModCli = uint32_t (*)(void *, uint32_t, uint32_t, uint32_t, const char *, void *);
-const ModCli kModCli[INTFVELMOR_NTFY_COUNT] = {
-    intfVelmor_modCliNtfyUser_recvMsg_meshTUKExtenderPairing,
-    intfVelmor_modCliNtfyUser_recvMsg_meshTUKClientsLowRSSI,
-    intfVelmor_modCliNtfyUser_recvMsg_beaconReport,
-};
-
 std::vector<uint32_t> words(refhost_call c)
 {
     refhost_callWords w = refhost_lastWords(c);
@@ -41,7 +23,7 @@ class HostWords : public Messages {};
 TEST_F(HostWords, ServerMethodsCarryMagicPlusOneAndTheirIndex)
 {
     for (uint32_t i = 0; i < INTFVELMOR_CMD_COUNT; ++i) {
-        ASSERT_EQ(0u, kModSrv[i](srv, 11, 22, 33));
+        ASSERT_EQ(0u, commands()[i].modSrv(srv, 11, 22, 33));
         EXPECT_EQ(words(REFHOST_CALL_MOD_SRV_MTHD),
                   (std::vector<uint32_t>{11, 22, 33, kCmds[i].magic + 1, i, 0xFFFF, 0xFFFF}))
             << kCmds[i].name;
@@ -52,7 +34,7 @@ TEST_F(HostWords, ServerMethodsCarryMagicPlusOneAndTheirIndex)
 TEST_F(HostWords, SubscriptionsCarryMagicPlusOneAndTheirIndex)
 {
     for (uint32_t i = 0; i < INTFVELMOR_NTFY_COUNT; ++i) {
-        ASSERT_EQ(0u, kModCli[i](client, 1, 2, 3, "bus", nullptr));
+        ASSERT_EQ(0u, notifications()[i].subscribe(client, 1, 2, 3, "bus", nullptr));
         EXPECT_EQ(words(REFHOST_CALL_MOD_CLI_NTFY_USER_MTHD),
                   (std::vector<uint32_t>{1, 2, 3, kNtfys[i].magic + 1, i}))
             << kNtfys[i].name;

@@ -27,6 +27,12 @@ inline Bytes operator+(Bytes a, const Bytes &b)
     return a;
 }
 
+// A body callback's name as its lines give it: cb("freeBody", "msgCmdReq", "getCCAStatistic").
+inline std::string cb(const char *op, const char *kind, const std::string &name)
+{
+    return std::string("intfVelmor_cbEvtMsgMngt_") + op + "_" + kind + "_" + name;
+}
+
 // Wire items in the kit's notation (texts without blanks or '*').
 inline Bytes scalarItem(uint32_t tag, uint32_t value)
 {

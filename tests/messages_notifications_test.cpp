@@ -14,11 +14,6 @@ const char kPanel[] = "panel";
 
 const intfVelmor_entry &ntfy(uint32_t i) { return intfVelmor_base.ntfy.entries[i]; }
 
-std::string cb(const char *op, const char *kind, const char *name)
-{
-    return std::string("intfVelmor_cbEvtMsgMngt_") + op + "_" + kind + "_" + name;
-}
-
 struct BeaconBody {
     uint32_t magic;
     uint16_t ref;
