@@ -2,9 +2,11 @@
  * libIntfVelmor: the Wi-Fi service interface of the home gateway.
  *
  * One header for both sides of the interface: the interface descriptor,
- * its lifecycle and user registration, the 75 record types with their
- * five operations each, and the fourteen commands and three notifications.
- * Compiles as C99 and as C++.
+ * its lifecycle and user registration (here), the 75 record types
+ * (intfVelmor/radio.h, config.h, station.h) with their operations
+ * (intfVelmor/records.h), and the fourteen commands and three notifications
+ * (intfVelmor/messages.h). Every export is declared by name. Compiles as C99
+ * and as C++.
  */
 #ifndef INTFVELMOR_H
 #define INTFVELMOR_H
@@ -100,20 +102,33 @@ typedef struct intfVelmor_descriptor {
 extern intfVelmor_descriptor intfVelmor_base;
 
 /* ---- Base lifecycle ----------------------------------------------------- */
+/* Once per process, on the event-loop thread: intfVelmor_addBase, logging a failure. */
 uint32_t intfVelmor_initialize(void);
+/* Registers both blocks with the core and the descriptor with the event loop; state 0 -> 1. */
 uint32_t intfVelmor_addBase(void);
+/* Returns both blocks' management numbers to the core; state 1 -> 0. */
 uint32_t intfVelmor_delBase(void);
+/* The event loop's callback: event 0 deletes the base, others are logged. */
 void intfVelmor_cbEvtBase(void *ctx, int32_t event);
+/* The core's message-error callback; does nothing. */
 void intfVelmor_cbEvtMsgError(void);
 
 /* ---- Users and management lookup --------------------------------------- */
+/* Registers user with the command and/or notification management (INTFVELMOR_SEL_*). */
 uint32_t intfVelmor_regUser_msgMngt(void *user, uint32_t word, void *ref, uint32_t selector);
+/* Undoes intfVelmor_regUser_msgMngt for the selected managements. */
 uint32_t intfVelmor_unregUser_msgMngt(void *user, uint32_t selector);
+/* The core's lookup of a service method or notification user, under this interface's name. */
 void *intfVelmor_findSrvMthdNtfyUser(int32_t a, uint32_t b, uint16_t c, uint32_t d);
+/* The command block's management number; 0xFFFF when not registered. */
 uint16_t intfVelmor_getCmdIntfNum(void);
+/* The notification block's management number; 0xFFFF when not registered. */
 uint16_t intfVelmor_getNtfyIntfNum(void);
+/* The command block's unregister callback: the core withdrew its management. */
 void intfVelmor_cbEvtMsgMngt_unreg_msgCmd(uint16_t mngtNum);
+/* The notification block's unregister callback: the core withdrew its management. */
 void intfVelmor_cbEvtMsgMngt_unreg_msgNtfy(uint16_t mngtNum);
+/* Stores a debug word that nothing reads. */
 void intfVelmor_modDebug(uint32_t level);
 
 #ifdef __cplusplus
