@@ -278,6 +278,29 @@ class Chains : public LogTest {};
     TEST_F(Chains, T) { checkChains<T>(); }
 INTFVELMOR_RECORD_TYPES(IVT_CHAINS)
 
+// Null records and positions: refused with code 4, measured as 0, cleaned as nothing.
+template <class T>
+void checkNulls()
+{
+    std::unique_ptr<T> rec(new T());
+    const uint8_t *none = nullptr;
+    uint8_t *nowhere = nullptr;
+    EXPECT_EQ(4u, Ops<T>::copy(nullptr, rec.get())) << Ops<T>::name;
+    EXPECT_EQ(4u, Ops<T>::copy(rec.get(), nullptr)) << Ops<T>::name;
+    EXPECT_EQ(0u, Ops<T>::lg(nullptr)) << Ops<T>::name;
+    EXPECT_EQ(4u, Ops<T>::ser(rec.get(), &nowhere)) << Ops<T>::name;
+    EXPECT_EQ(4u, Ops<T>::unser(rec.get(), &none)) << Ops<T>::name;
+    EXPECT_EQ(4u, Ops<T>::unserBounded(rec.get(), &none, nullptr)) << Ops<T>::name;
+    Ops<T>::clean(nullptr);
+}
+
+TEST(Nulls, EveryType)
+{
+#define IVT_NULLS(T) checkNulls<T>();
+    INTFVELMOR_RECORD_TYPES(IVT_NULLS)
+#undef IVT_NULLS
+}
+
 TEST(PropertyCatalogue, SeventyFiveTypes)
 {
     int n = 0;
