@@ -85,7 +85,8 @@
       ((char[18], mac), (int8_t, value1), (int8_t, value2)))
 
 // ---- walking a row's member list -------------------------------------------------
-// IV_EACH(F, (members)) expands F(i, type, name) for each member, i from 0;
+// IV_EACH(F, (members)) expands F(i, type, name) for each member, i from 0
+// (up to four members: a fifth is a compile error; add an IV_EACH5 then);
 // IV_IF_MEMBERS((members))(text) keeps text only for a list with members,
 // IV_IF_NONE((members))(text) only for an empty one.
 #define IV_UNPACK(...) __VA_ARGS__
