@@ -24,7 +24,21 @@ inline uint32_t rd32(const uint8_t *p)
     return bigEndian(v);
 }
 
-inline uint64_t rd64(const uint8_t *p) { return (uint64_t)rd32(p) << 32 | rd32(p + 4); }
+inline uint64_t bigEndian64(uint64_t v)
+{
+#if __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
+    return v;
+#else
+    return __builtin_bswap64(v);
+#endif
+}
+
+inline uint64_t rd64(const uint8_t *p)
+{
+    uint64_t v;
+    memcpy(&v, p, 8);
+    return bigEndian64(v);
+}
 
 inline void wr32(uint8_t *p, uint32_t v)
 {
@@ -34,9 +48,69 @@ inline void wr32(uint8_t *p, uint32_t v)
 
 inline void wr64(uint8_t *p, uint64_t v)
 {
-    wr32(p, (uint32_t)(v >> 32));
-    wr32(p + 4, (uint32_t)v);
+    v = bigEndian64(v);
+    memcpy(p, &v, 8);
 }
+
+// The head of an item (tag, then length, both 32-bit) as the 8 bytes lie in
+// memory, loaded as one word: a run of items is checked and written a word
+// at a time. Adding headStep moves the tag on by one (tags stay below 256,
+// so the sum never carries out of the tag's low byte).
+inline uint64_t head32(uint32_t tag, uint32_t len)
+{
+    uint8_t b[8];
+    wr32(b, tag);
+    wr32(b + 4, len);
+    uint64_t v;
+    memcpy(&v, b, 8);
+    return v;
+}
+inline uint64_t headStep() { return head32(1, 0); }
+
+// The head of a run of scalar32 items (tag, length 4), written or checked
+// as it lies in memory: one word where registers have 64 bits, the tag and
+// the length words apart where they have 32. next() moves the tag on by one
+// or, for array elements, which share one tag, by none.
+#if UINTPTR_MAX > 0xFFFFFFFFu
+class Head32 {
+    uint64_t w_, step_;
+
+public:
+    Head32(uint32_t tag, bool advance) : w_(head32(tag, 4)), step_(advance ? headStep() : 0) {}
+    void put(uint8_t *p) const { memcpy(p, &w_, 8); }
+    bool at(const uint8_t *p) const
+    {
+        uint64_t v;
+        memcpy(&v, p, 8);
+        return v == w_;
+    }
+    void next() { w_ += step_; }
+};
+#else
+class Head32 {
+    uint32_t tag_, step_;
+
+public:
+    Head32(uint32_t tag, bool advance) : tag_(bigEndian(tag)), step_(advance ? bigEndian(1) : 0) {}
+    void put(uint8_t *p) const
+    {
+        uint32_t len = bigEndian(4);
+        memcpy(p, &tag_, 4);
+        memcpy(p + 4, &len, 4);
+    }
+    bool at(const uint8_t *p) const
+    {
+        uint32_t t, l;
+        memcpy(&t, p, 4);
+        memcpy(&l, p + 4, 4);
+        return t == tag_ && l == bigEndian(4);
+    }
+    void next() { tag_ += step_; }
+};
+#endif
+
+// A 64-bit item's tag or length word as it lies in memory.
+inline uint64_t word64(uint64_t v) { return bigEndian64(v); }
 
 // One scalar32 item: tag, length 4, value.
 inline uint8_t *putScalar32(uint8_t *p, uint32_t tag, uint32_t value)

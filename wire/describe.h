@@ -278,6 +278,100 @@ constexpr std::array<Field, N> fieldsOf(const Described (&d)[N])
     return f;
 }
 
+// ---- the program of a description ---------------------------------------------------
+
+constexpr uint32_t scalarWidth(Op op)
+{
+    return op == Op::U8 || op == Op::I8 ? 1 : op == Op::U16 || op == Op::I16 ? 2 : op == Op::U64 ? 8 : 4;
+}
+constexpr uint32_t scalarWire(Op op) { return op == Op::U64 ? 24 : 12; }
+constexpr bool isScalar(Op op) { return op <= Op::U64; }
+
+inline uint16_t segmentTooLong() { return 0; }  // not constexpr: stops the compilation
+
+template <size_t K>
+struct Program {
+    std::array<Step, K> steps{};
+    size_t count = 0;
+    size_t firstVar = K;
+    uint32_t fixedWire = 0;
+
+    // A scalar member joins the run before it when it follows it on the
+    // wire, in tag and in memory; else it starts a step.
+    constexpr void scalar(Op op, unsigned tag, size_t offset, size_t field)
+    {
+        fixedWire += scalarWire(op);
+        if (count) {
+            Step &last = steps[count - 1];
+            if (last.op == op && last.tag + last.n == tag && last.n < 255 &&
+                last.offset + last.n * scalarWidth(op) == offset) {
+                ++last.n;
+                return;
+            }
+        }
+        steps[count++] = Step{op, (uint8_t)tag, 1, (uint8_t)field, narrow16(offset), 0};
+    }
+    constexpr void other(Op op, unsigned tag, size_t field)
+    {
+        steps[count++] = Step{op, (uint8_t)tag, 0, (uint8_t)field, 0, 0};
+    }
+    // The first run of each group of scalar steps carries the group's bytes.
+    constexpr void segments()
+    {
+        // Steps that are not scalar runs are chained for the length pass.
+        size_t next = count;
+        for (size_t i = count; i-- > 0;)
+            if (!isScalar(steps[i].op)) {
+                steps[i].offset = (uint16_t)next;
+                next = i;
+            }
+        firstVar = next;
+        for (size_t i = 0; i < count;) {
+            if (!isScalar(steps[i].op)) {
+                ++i;
+                continue;
+            }
+            size_t j = i;
+            uint32_t bytes = 0;
+            for (; j < count && isScalar(steps[j].op); ++j)
+                bytes += steps[j].n * scalarWire(steps[j].op);
+            steps[i].need = bytes < 0x10000 ? (uint16_t)bytes : segmentTooLong();
+            i = j;
+        }
+    }
+};
+
+template <size_t K>
+constexpr Program<K> compile(const Field *f, size_t n)
+{
+    Program<K> p{};
+    for (size_t i = 0; i < n; ++i) {
+        switch (f[i].form) {
+        case Form::Text: p.other(Op::Text, f[i].tag, i); break;
+        case Form::Record: p.other(Op::Record, f[i].tag, i); break;
+        case Form::Table: p.other(Op::Table, f[i].tag, i); break;
+        case Form::ArrayRec:
+        case Form::ArrayU32:
+            p.scalar(f[i].countWidth == 1 ? Op::U8 : Op::U32, f[i].countTag, f[i].countOffset, i);
+            p.other(f[i].form == Form::ArrayRec ? Op::ElemsRec : Op::ElemsU32, f[i].tag, i);
+            break;
+        default: p.scalar((Op)f[i].form, f[i].tag, f[i].offset, i); break;
+        }
+    }
+    p.segments();
+    return p;
+}
+
+// The steps of a program in an array of their own length: all that is kept.
+template <size_t K, size_t N>
+constexpr std::array<Step, K> stepsOf(const Program<N> &big)
+{
+    std::array<Step, K> steps{};
+    for (size_t i = 0; i < K; ++i)
+        steps[i] = big.steps[i];
+    return steps;
+}
+
 }  // namespace iv
 
 #define IV_MEMBER(m, tag) ::iv::member<decltype(Self::m)>(offsetof(Self, m), tag, #m)
@@ -313,12 +407,20 @@ constexpr std::array<Field, N> fieldsOf(const Described (&d)[N])
         IV_CHECK_LAYOUT(T, all, start, headInits)                                          \
         static constexpr auto list = ::iv::fieldsOf(all);                                  \
         static constexpr auto names = ::iv::namesOf<::iv::namesLength(all)>(all);          \
+        static_assert(list.size() < 128, #T ": steps name their field in 8 bits");        \
+        static constexpr auto big = ::iv::compile<2 * list.size()>(list.data(), list.size()); \
+        static constexpr auto steps = ::iv::stepsOf<big.count>(big);                       \
+        static_assert(big.fixedWire < 0x10000, #T ": too many scalar members");            \
     };                                                                                     \
     }                                                                                      \
     namespace iv {                                                                         \
     template <>                                                                            \
     const TypeDesc Desc<T>::d = {#T, ivFields_##T::list.data(),                            \
-                                 (uint16_t)ivFields_##T::list.size(), (uint16_t)sizeof(T)}; \
+                                 (uint16_t)ivFields_##T::list.size(), (uint16_t)sizeof(T),  \
+                                 (uint8_t)ivFields_##T::big.count,                         \
+                                 (uint8_t)ivFields_##T::big.firstVar,                      \
+                                 (uint16_t)ivFields_##T::big.fixedWire,                    \
+                                 ivFields_##T::steps.data()};                              \
     template <>                                                                            \
     const char *const MemberNames<T>::text = ivFields_##T::names.data();                   \
     }

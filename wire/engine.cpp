@@ -10,17 +10,6 @@ namespace {
 
 constexpr uint32_t kMalformed = 4;
 
-uint32_t loadScalar(Form f, const uint8_t *m)
-{
-    switch (f) {
-    case Form::U8: return *m;
-    case Form::I8: return (uint32_t)(int32_t) * (const int8_t *)m;
-    case Form::U16: return *(const uint16_t *)m;
-    case Form::I16: return (uint32_t)(int32_t) * (const int16_t *)m;
-    default: return *(const uint32_t *)m;
-    }
-}
-
 // Truncates a wire value to the member's width.
 void storeScalar(Form f, uint8_t *m, uint32_t v)
 {
@@ -47,8 +36,12 @@ uint32_t used(const Field &f, const uint8_t *rec)
 // Characters of a text member; a member without its NUL counts as N - 1.
 uint32_t textLen(const char *s, uint32_t cap) { return (uint32_t)strnlen(s, cap - 1); }
 
+constexpr uint32_t scalarSize(Op op)
+{
+    return op <= Op::I8 ? 1 : op <= Op::I16 ? 2 : op == Op::U32 ? 4 : 8;
+}
+
 FnName unserializeName(const TypeDesc &d) { return {"intfVelmor_%s_unserialize", d.name}; }
-FnName copyName(const TypeDesc &d) { return {"intfVelmor_%s_copy", d.name}; }
 
 // Bytes left before end; end null means the item lengths are trusted.
 inline bool short_of(const uint8_t *p, const uint8_t *end, uint32_t n)
@@ -164,32 +157,9 @@ uint32_t readScalar64(const Reporter &who, const uint8_t *&p, const uint8_t *end
     return 0;
 }
 
-// Fast paths of the readers: true when the item at p is well formed, fits
-// before end and carries the expected tag. Anything else goes to the full
-// readers, which check again and report.
-inline bool scalar32Fits(const uint8_t *p, const uint8_t *end, uint32_t tag)
-{
-    if (end && (uint32_t)(end - p) < 12)
-        return false;
-    uint32_t l = rd32(p + 4);
-    return rd32(p) == tag && (end ? l <= (uint32_t)(end - p) - 8 : stepFits(p, 8, l));
-}
-
-// The low half of the 64-bit length is what gets skipped.
-inline bool scalar64Fits(const uint8_t *p, const uint8_t *end, uint32_t tag)
-{
-    if (end && (uint32_t)(end - p) < 24)
-        return false;
-    uint32_t l = rd32(p + 12);
-    return rd64(p) == tag && (end ? l <= (uint32_t)(end - p) - 16 : stepFits(p, 16, l));
-}
-
 // The positions are kept in locals and returned: a position held in memory
 // would be reloaded after every byte that the engine stores.
 struct Engine {
-    static uint32_t copy(const TypeDesc &d, uint8_t *dst, const uint8_t *src);
-    static uint32_t length(const TypeDesc &d, const uint8_t *rec);
-    static uint8_t *write(const TypeDesc &d, const uint8_t *rec, uint8_t *p);
     static uint32_t read(const TypeDesc &d, uint8_t *rec, const uint8_t *&pos, const uint8_t *end,
                          const Reporter &who);
     static void errorsBefore(const Reporter &who, const uint8_t *rec, const Field *f,
@@ -216,78 +186,191 @@ inline uint32_t fromCopy(const uint8_t *&p, Reader reader)
     return err;
 }
 
-uint32_t Engine::copy(const TypeDesc &d, uint8_t *dst, const uint8_t *src)
+// ---- the program walkers ---------------------------------------------------------
+
+inline uint32_t widen(Op op, const uint8_t *m)
 {
-    for (const Field *f = d.fields, *e = f + d.count; f != e; ++f) {
-        uint8_t *to = dst + f->offset;
-        const uint8_t *from = src + f->offset;
-        switch (f->form) {
-        case Form::U8:
-        case Form::I8: *to = *from; break;
-        case Form::U16:
-        case Form::I16: memcpy(to, from, 2); break;
-        case Form::U32: memcpy(to, from, 4); break;
-        case Form::U64: memcpy(to, from, 8); break;
-        case Form::Text:
-            strncpy((char *)to, (const char *)from, f->cap);
-            to[f->cap - 1] = 0;
-            break;
-        case Form::Record: {
-            uint32_t rc = copy(*f->sub, to, from);
-            if (rc) {
-                IV_LOG(kErr, copyName(d), "Copy %s failed(%d)\n", f->sub->name, (int)rc);
-                return rc;
-            }
-            break;
-        }
-        case Form::ArrayU32:
-        case Form::ArrayRec:
-        case Form::Table: {
-            uint32_t n = f->cap;
-            if (f->form != Form::Table) {
-                memcpy(dst + f->countOffset, src + f->countOffset, f->countWidth);
-                n = used(*f, src);
-            }
-            if (f->form == Form::ArrayU32) {
-                memcpy(to, from, (size_t)n * 4);
-                break;
-            }
-            for (uint32_t i = 0; i < n; ++i) {
-                uint32_t rc = copy(*f->sub, to + i * f->stride, from + i * f->stride);
-                if (rc) {
-                    IV_LOG(kErr, copyName(d), "Copy %s failed(%u)\n", f->sub->name, rc);
-                    return rc;
-                }
-            }
-            break;
-        }
-        }
+    switch (op) {
+    case Op::U8: return *m;
+    case Op::I8: return (uint32_t)(int32_t) * (const int8_t *)m;
+    case Op::U16: return *(const uint16_t *)m;
+    case Op::I16: return (uint32_t)(int32_t) * (const int16_t *)m;
+    default: return *(const uint32_t *)m;
     }
-    return 0;
 }
 
-uint32_t Engine::length(const TypeDesc &d, const uint8_t *rec)
+// Writes n scalar32 items from members of `width` bytes.
+inline uint8_t *putRun(uint8_t *p, const uint8_t *m, Head32 head, uint32_t n, Op op,
+                       uint32_t width)
 {
-    uint32_t len = 0;
-    for (const Field *f = d.fields, *e = f + d.count; f != e; ++f) {
-        if (f->form < Form::U64) {  // most members: one scalar32 item
-            len += kScalar32Size;
-            continue;
+    for (uint32_t i = 0; i < n; ++i) {
+        head.put(p);
+        wr32(p + 8, widen(op, m + i * width));
+        head.next();
+        p += kScalar32Size;
+    }
+    return p;
+}
+
+// Reads n well-formed scalar32 items, whose bytes are known to be there,
+// into members of `width` bytes; false at the first that is not exactly
+// tag, length 4, value.
+inline bool getRun(const uint8_t *&pos, uint8_t *m, Head32 head, uint32_t n, uint32_t width)
+{
+    const uint8_t *p = pos;
+    for (uint32_t i = 0; i < n; ++i) {
+        if (!head.at(p))
+            return false;
+        uint32_t v = rd32(p + 8);
+        uint8_t *to = m + i * width;
+        if (width == 1)
+            *to = (uint8_t)v;
+        else if (width == 2)
+            *(uint16_t *)to = (uint16_t)v;
+        else
+            *(uint32_t *)to = v;
+        head.next();
+        p += kScalar32Size;
+    }
+    pos = p;
+    return true;
+}
+
+// Where the code is built for speed, each member width gets a loop of its
+// own (the width a constant in it); built for size, one loop serves them all.
+#ifdef __OPTIMIZE_SIZE__
+#define IV_BY_WIDTH(op, call1, call2, call4) call1
+#else
+#define IV_BY_WIDTH(op, call1, call2, call4) \
+    ((op) <= Op::I8 ? (call1) : (op) <= Op::I16 ? (call2) : (call4))
+#endif
+
+// One scalar step: its run of items written.
+inline uint8_t *putScalars(const Step *s, const uint8_t *rec, uint8_t *p)
+{
+    const uint8_t *m = rec + s->offset;
+    if (s->op == Op::U64) {
+        uint64_t len = word64(8);
+        for (uint32_t i = 0; i < s->n; ++i) {
+            uint64_t tag = word64(s->tag + i), v;
+            memcpy(&v, m + 8 * i, 8);
+            memcpy(p, &tag, 8);
+            memcpy(p + 8, &len, 8);
+            wr64(p + 16, v);
+            p += kScalar64Size;
         }
-        const uint8_t *m = rec + f->offset;
-        switch (f->form) {
-        case Form::U64: len += kScalar64Size; break;
-        case Form::Text: len += textItemSize(textLen((const char *)m, f->cap)); break;
-        case Form::Record: len += length(*f->sub, m); break;
-        case Form::ArrayU32: len += kScalar32Size * (1 + used(*f, rec)); break;
-        default: {  // ArrayRec, Table
-            uint32_t n = f->cap;
-            if (f->form == Form::ArrayRec) {
-                len += kScalar32Size;
-                n = used(*f, rec);
-            }
+        return p;
+    }
+    Head32 head(s->tag, true);
+    return IV_BY_WIDTH(s->op, putRun(p, m, head, s->n, s->op, scalarSize(s->op)),
+                       putRun(p, m, head, s->n, s->op, 2),
+                       putRun(p, m, head, s->n, Op::U32, 4));
+}
+
+// One scalar step: its run of items read, the bytes of its group checked
+// first when it is the group's first step.
+inline bool getScalars(const Step *s, uint8_t *rec, const uint8_t *&p, const uint8_t *end)
+{
+    uint8_t *m = rec + s->offset;
+    if (s->need && end && (uint32_t)(end - p) < s->need)
+        return false;
+    if (s->op == Op::U64) {
+        uint64_t len = word64(8);
+        for (uint32_t i = 0; i < s->n; ++i) {
+            uint64_t t, l;
+            memcpy(&t, p, 8);
+            memcpy(&l, p + 8, 8);
+            if (t != word64(s->tag + i) || l != len)
+                return false;
+            uint64_t v = rd64(p + 16);
+            memcpy(m + 8 * i, &v, 8);
+            p += kScalar64Size;
+        }
+        return true;
+    }
+    Head32 head(s->tag, true);
+    return IV_BY_WIDTH(s->op, getRun(p, m, head, s->n, scalarSize(s->op)),
+                       getRun(p, m, head, s->n, 2), getRun(p, m, head, s->n, 4));
+}
+
+struct Program {
+    // Types whose steps are all scalar runs take these: they call nothing,
+    // so they keep everything in registers.
+    static uint8_t *writeFlat(const TypeDesc &d, const uint8_t *rec, uint8_t *p)
+    {
+        for (const Step *s = d.steps, *e = s + d.nsteps; s != e; ++s)
+            p = putScalars(s, rec, p);
+        return p;
+    }
+    static bool readFlat(const TypeDesc &d, uint8_t *rec, const uint8_t *&pos, const uint8_t *end)
+    {
+        const uint8_t *p = pos;
+        for (const Step *s = d.steps, *e = s + d.nsteps; s != e; ++s)
+            if (!getScalars(s, rec, p, end))
+                return false;
+        pos = p;
+        return true;
+    }
+    static uint8_t *put(const TypeDesc &d, const uint8_t *rec, uint8_t *p)
+    {
+        return d.firstVar != d.nsteps ? write(d, rec, p) : writeFlat(d, rec, p);
+    }
+    static bool get(const TypeDesc &d, uint8_t *rec, const uint8_t *&pos, const uint8_t *end)
+    {
+        return d.firstVar != d.nsteps ? read(d, rec, pos, end) : readFlat(d, rec, pos, end);
+    }
+    static uint32_t size(const TypeDesc &d, const uint8_t *rec)
+    {
+        return d.firstVar != d.nsteps ? length(d, rec) : d.fixedWire;
+    }
+    static void copy(const TypeDesc &d, uint8_t *dst, const uint8_t *src);
+    static uint32_t length(const TypeDesc &d, const uint8_t *rec);
+    static uint8_t *write(const TypeDesc &d, const uint8_t *rec, uint8_t *p);
+    static bool read(const TypeDesc &d, uint8_t *rec, const uint8_t *&pos, const uint8_t *end);
+};
+
+void Program::copy(const TypeDesc &d, uint8_t *dst, const uint8_t *src)
+{
+    for (const Step *s = d.steps, *e = s + d.nsteps; s != e; ++s) {
+        const Field &f = d.fields[s->field];
+        uint8_t *to = dst + f.offset;
+        const uint8_t *from = src + f.offset;
+        switch (s->op) {
+        case Op::Text:
+            strncpy((char *)to, (const char *)from, f.cap);
+            to[f.cap - 1] = 0;
+            break;
+        case Op::Record: copy(*f.sub, to, from); break;
+        case Op::ElemsU32: memcpy(to, from, (size_t)used(f, src) * 4); break;
+        case Op::ElemsRec:
+        case Op::Table: {
+            uint32_t n = s->op == Op::Table ? f.cap : used(f, src);
             for (uint32_t i = 0; i < n; ++i)
-                len += length(*f->sub, m + i * f->stride);
+                copy(*f.sub, to + i * f.stride, from + i * f.stride);
+            break;
+        }
+        default:
+            memcpy(dst + s->offset, src + s->offset, (size_t)s->n * scalarSize(s->op));
+            break;
+        }
+    }
+}
+
+uint32_t Program::length(const TypeDesc &d, const uint8_t *rec)
+{
+    uint32_t len = d.fixedWire;
+    for (const Step *s = d.steps + d.firstVar, *e = d.steps + d.nsteps; s != e;
+         s = d.steps + s->offset) {
+        const Field &f = d.fields[s->field];
+        const uint8_t *m = rec + f.offset;
+        switch (s->op) {
+        case Op::Text: len += textItemSize(textLen((const char *)m, f.cap)); break;
+        case Op::Record: len += size(*f.sub, m); break;
+        case Op::ElemsU32: len += kScalar32Size * used(f, rec); break;
+        default: {  // ElemsRec, Table
+            uint32_t n = s->op == Op::Table ? f.cap : used(f, rec);
+            for (uint32_t i = 0; i < n; ++i)
+                len += size(*f.sub, m + i * f.stride);
             break;
         }
         }
@@ -295,51 +378,42 @@ uint32_t Engine::length(const TypeDesc &d, const uint8_t *rec)
     return len;
 }
 
-uint8_t *Engine::write(const TypeDesc &d, const uint8_t *rec, uint8_t *p)
+uint8_t *Program::write(const TypeDesc &d, const uint8_t *rec, uint8_t *p)
 {
-    for (const Field *f = d.fields, *e = f + d.count; f != e; ++f) {
-        const uint8_t *m = rec + f->offset;
-        if (f->form < Form::U64) {  // most members: one scalar32 item
-            p = putScalar32(p, f->tag, loadScalar(f->form, m));
-            continue;
-        }
-        switch (f->form) {
-        case Form::U64: {
-            uint64_t v;
-            memcpy(&v, m, 8);
-            wr64(p, f->tag);
-            wr64(p + 8, 8);
-            wr64(p + 16, v);
-            p += kScalar64Size;
-            break;
-        }
-        case Form::Text: {
-            // The pad bytes are counted but not written: buffers come zero-filled.
-            uint32_t n = textLen((const char *)m, f->cap);
-            uint32_t size = textItemSize(n);
-            wr32(p, f->tag);
-            wr32(p + 4, size - 8);
-            memcpy(p + 8, m, n);
-            p[8 + n] = 0;
-            p += size;
-            break;
-        }
-        case Form::Record: p = write(*f->sub, m, p); break;
-        case Form::ArrayU32: {
-            uint32_t n = used(*f, rec);
-            p = putScalar32(p, f->countTag, loadCount(*f, rec));
-            for (uint32_t i = 0; i < n; ++i)
-                p = putScalar32(p, f->tag, ((const uint32_t *)m)[i]);
-            break;
-        }
-        default: {  // ArrayRec, Table
-            uint32_t n = f->cap;
-            if (f->form == Form::ArrayRec) {
-                n = used(*f, rec);
-                p = putScalar32(p, f->countTag, loadCount(*f, rec));
+    for (const Step *s = d.steps, *e = s + d.nsteps; s != e; ++s) {
+        switch (s->op) {
+        case Op::U8:
+        case Op::I8:
+        case Op::U16:
+        case Op::I16:
+        case Op::U32:
+        case Op::U64: p = putScalars(s, rec, p); break;
+        default: {
+            const Field &f = d.fields[s->field];
+            const uint8_t *at = rec + f.offset;
+            switch (s->op) {
+            case Op::Text: {
+                // The pad bytes are counted but not written: buffers come zero-filled.
+                uint32_t n = textLen((const char *)at, f.cap);
+                uint32_t size = textItemSize(n);
+                wr32(p, f.tag);
+                wr32(p + 4, size - 8);
+                memcpy(p + 8, at, n);
+                p[8 + n] = 0;
+                p += size;
+                break;
             }
-            for (uint32_t i = 0; i < n; ++i)
-                p = write(*f->sub, m + i * f->stride, p);
+            case Op::Record: p = put(*f.sub, at, p); break;
+            case Op::ElemsU32:
+                p = putRun(p, at, Head32(f.tag, false), used(f, rec), Op::U32, 4);
+                break;
+            default: {  // ElemsRec, Table
+                uint32_t n = s->op == Op::Table ? f.cap : used(f, rec);
+                for (uint32_t i = 0; i < n; ++i)
+                    p = put(*f.sub, at + i * f.stride, p);
+                break;
+            }
+            }
             break;
         }
         }
@@ -347,6 +421,74 @@ uint8_t *Engine::write(const TypeDesc &d, const uint8_t *rec, uint8_t *p)
     return p;
 }
 
+// Reads well-formed bytes: every item complete before end, with its own tag
+// and, for scalars, exactly the length of its value. Anything else, even
+// what the full reader would accept (a longer scalar item), returns false
+// before any member past it is stored, and the caller reads the record again
+// with the full reader, which reports. What both store up to there is the same.
+bool Program::read(const TypeDesc &d, uint8_t *rec, const uint8_t *&pos, const uint8_t *end)
+{
+    const uint8_t *p = pos;
+    for (const Step *s = d.steps, *e = s + d.nsteps; s != e; ++s) {
+        switch (s->op) {
+        case Op::U8:
+        case Op::I8:
+        case Op::U16:
+        case Op::I16:
+        case Op::U32:
+        case Op::U64:
+            if (!getScalars(s, rec, p, end))
+                return false;
+            break;
+        default: {
+            const Field &f = d.fields[s->field];
+            uint8_t *at = rec + f.offset;
+            switch (s->op) {
+            case Op::Text: {
+                if (end && (uint32_t)(end - p) < 8)
+                    return false;
+                uint32_t l = rd32(p + 4);
+                if (rd32(p) != f.tag || !stepFits(p, 8, l) ||
+                    (end && l > (uint32_t)(end - p) - 8))
+                    return false;
+                const uint8_t *nul = (const uint8_t *)memchr(p + 8, 0, l);
+                if (!nul || (uint32_t)(nul - (p + 8)) + 1 > f.cap)
+                    return false;
+                memcpy(at, p + 8, (size_t)(nul - (p + 8)) + 1);
+                p += 8 + (size_t)l;
+                break;
+            }
+            case Op::Record:
+                if (!get(*f.sub, at, p, end))
+                    return false;
+                break;
+            case Op::ElemsU32: {
+                uint32_t n = used(f, rec);
+                if (end && (uint32_t)(end - p) / kScalar32Size < n)
+                    return false;
+                if (!getRun(p, at, Head32(f.tag, false), n, 4))
+                    return false;
+                break;
+            }
+            default: {  // ElemsRec, Table
+                uint32_t n = s->op == Op::Table ? f.cap : used(f, rec);
+                for (uint32_t i = 0; i < n; ++i)
+                    if (!get(*f.sub, at + i * f.stride, p, end))
+                        return false;
+                break;
+            }
+            }
+            break;
+        }
+        }
+    }
+    pos = p;
+    return true;
+}
+
+// The full reader, member by member from the fields, for bytes that the
+// program refused: it accepts what the format allows (a scalar item longer
+// than its value, whose rest is skipped) and reports the first failure.
 // Reads the members in order, up to the first failure. Nothing more is read
 // after it: each later item of this level (scalar, text, count, scalar
 // element) logs "Error Before"; later nested records and record elements
@@ -359,13 +501,6 @@ uint32_t Engine::read(const TypeDesc &d, uint8_t *rec, const uint8_t *&pos, cons
     const Field *f = d.fields, *e = f + d.count;
     for (; f != e; ++f) {
         uint8_t *m = rec + f->offset;
-        // The most common item first: a well-formed scalar32 with its tag.
-        if (f->form < Form::U64 && scalar32Fits(p, end, f->tag)) {
-            uint32_t skip = rd32(p + 4);
-            storeScalar(f->form, m, rd32(p + 8));
-            p += 8 + (size_t)skip;
-            continue;
-        }
         uint32_t v = 0;
         uint32_t elem = ReadFailure::kWhole;  // on failure: the element that failed
         auto scalar = [&](uint32_t tag) {
@@ -375,19 +510,15 @@ uint32_t Engine::read(const TypeDesc &d, uint8_t *rec, const uint8_t *&pos, cons
         };
         switch (f->form) {
         case Form::U64:
-            if (scalar64Fits(p, end, f->tag)) {
-                uint64_t w = rd64(p + 16);
+        {
+            uint64_t w = 0;
+            err = fromCopy(p, [&](const uint8_t *&q) {
+                return readScalar64(who, q, end, f->tag, w);
+            });
+            if (!err)
                 memcpy(m, &w, 8);
-                p += 16 + (size_t)rd32(p + 12);
-            } else {
-                uint64_t w = 0;
-                err = fromCopy(p, [&](const uint8_t *&q) {
-                    return readScalar64(who, q, end, f->tag, w);
-                });
-                if (!err)
-                    memcpy(m, &w, 8);
-            }
             break;
+        }
         case Form::Text:
             err = fromCopy(p, [&](const uint8_t *&q) {
                 return readText(who, q, end, f->tag, (char *)m, f->cap);
@@ -424,7 +555,7 @@ uint32_t Engine::read(const TypeDesc &d, uint8_t *rec, const uint8_t *&pos, cons
                 }
             }
             break;
-        default:  // a scalar that the fast path refused: read again, reporting
+        default:  // U8 to U32
             if (!(err = scalar(f->tag)))
                 storeScalar(f->form, m, v);
             break;
@@ -482,7 +613,7 @@ static uint32_t readHead32(const Reporter &who, const uint8_t *p, const uint8_t 
 uint32_t readScalar32(const Reporter &who, const uint8_t *&p, const uint8_t *end, uint32_t tag,
                       uint32_t &value)
 {
-    uint32_t l;
+    uint32_t l = 0;
     if (uint32_t rc = readHead32(who, p, end, tag, l))
         return rc;
     // The length is not compared with 4: whatever it declares is skipped.
@@ -496,7 +627,7 @@ uint32_t readScalar32(const Reporter &who, const uint8_t *&p, const uint8_t *end
 uint32_t readText(const Reporter &who, const uint8_t *&p, const uint8_t *end, uint32_t tag,
                   char *dst, uint32_t cap)
 {
-    uint32_t l;
+    uint32_t l = 0;
     if (uint32_t rc = readHead32(who, p, end, tag, l))
         return rc;
     if (!stepFits(p, 8, l) || short_of(p + 8, end, l))
@@ -524,19 +655,20 @@ uint32_t recCopy(void *dst, const void *src, const TypeDesc &d)
 {
     if (!dst || !src)
         return kMalformed;
-    return Engine::copy(d, (uint8_t *)dst, (const uint8_t *)src);
+    Program::copy(d, (uint8_t *)dst, (const uint8_t *)src);
+    return 0;
 }
 
 uint32_t recLength(const void *rec, const TypeDesc &d)
 {
-    return rec ? Engine::length(d, (const uint8_t *)rec) : 0;
+    return rec ? Program::size(d, (const uint8_t *)rec) : 0;
 }
 
 uint32_t recSerialize(const void *rec, uint8_t **pos, const TypeDesc &d)
 {
     if (!rec || !pos || !*pos)
         return kMalformed;
-    *pos = Engine::write(d, (const uint8_t *)rec, *pos);
+    *pos = Program::put(d, (const uint8_t *)rec, *pos);
     return 0;
 }
 
@@ -551,6 +683,11 @@ uint32_t recUnserializeBounded(void *rec, const uint8_t **pos, const uint8_t *en
 {
     if (!end || !pos || !*pos || end < *pos)
         return kMalformed;
+    const uint8_t *p = *pos;
+    if (rec && Program::get(d, (uint8_t *)rec, p, end)) {
+        *pos = p;
+        return 0;
+    }
     ReadFailure fail;
     return readRecord(d, rec, pos, end, fail);
 }
@@ -560,6 +697,11 @@ uint32_t unserializeAs(const TypeDesc &d, void *rec, const uint8_t **pos, const 
 {
     if (!rec || !pos || !*pos)
         return kMalformed;
+    const uint8_t *p = *pos;
+    if (Program::get(d, (uint8_t *)rec, p, end)) {
+        *pos = p;
+        return 0;
+    }
     return Engine::read(d, (uint8_t *)rec, *pos, end, who);
 }
 

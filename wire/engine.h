@@ -34,11 +34,40 @@ struct Field {
     const TypeDesc *sub; // nested, array and table element type
 };
 
+// One step of a type's program, compiled from its fields when the library
+// is built. A scalar step covers a run of members of one form whose tags
+// follow each other and which lie side by side in the struct: ccaStats is a
+// single step of five. The count of a counted array is such a member, ahead
+// of the step for its elements. Texts, nested records, tables and elements
+// take one step each and find the rest in their field.
+enum class Op : uint8_t {
+    U8, I8, U16, I16, U32, U64,  // the same numbers as their Form
+    Text, Record, Table, ElemsRec, ElemsU32,
+};
+
+struct Step {
+    Op op;
+    uint8_t tag;      // scalars: tag of the first member
+    uint8_t n;        // scalars: members in the run
+    uint8_t field;    // index of the (first) field
+    uint16_t offset;  // scalars: offset of the first member; others: index of
+                      // the next step that is not a scalar run (or the count)
+    // Scalars: wire bytes from here to the next step that is not a scalar
+    // run, on the first run after such a step (0 elsewhere): a reader checks
+    // the bounds once for all of them.
+    uint16_t need;
+};
+
 struct TypeDesc {
     const char *name;  // the type's own name, as in log lines
     const Field *fields;
     uint16_t count;
-    uint16_t size;     // sizeof the struct
+    uint16_t size;      // sizeof the struct
+    uint8_t nsteps;
+    uint8_t firstVar;   // first step that is not a scalar run (or nsteps): the
+                        // steps whose wire length depends on the contents
+    uint16_t fixedWire; // wire bytes of the scalar runs
+    const Step *steps;
 };
 
 // The description of record type T, defined once in types/.
