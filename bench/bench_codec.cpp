@@ -218,6 +218,50 @@ IV_COMMANDS(BENCH_MAGIC)
 #define BENCH_INDEX(idx, X, ...) kIndex_##X = idx,
 enum : uint32_t { IV_COMMANDS(BENCH_INDEX) };
 #undef BENCH_INDEX
+#define BENCH_STAMP(idx, X, entry, magic, stamp, ...) constexpr uint16_t kStamp_##X = stamp;
+IV_COMMANDS(BENCH_STAMP)
+#undef BENCH_STAMP
+
+// The hand-written body against the library's: same bytes out, same body
+// back, then the same sequences as bodyCases (allocation, frame, record,
+// free).
+template <class Body, class R, class Decode>
+void handBodyCases(const char *label, uint32_t index, const Body &body, uint32_t magic,
+                   uint16_t stamp, Decode decode)
+{
+    const intfVelmor_entry &e = intfVelmor_base.cmd.entries[index];
+    uint8_t *lib = nullptr;
+    uint32_t len = 0;
+    if (e.serializeBody(INTFVELMOR_BODY_RES, const_cast<Body *>(&body), &lib, &len))
+        fail("%s: serializeBody failed", label);
+    auto wire = std::make_shared<std::vector<uint8_t>>(lib, lib + len);
+    free(lib);
+
+    auto h = std::make_shared<hand::Body<R>>();
+    h->magic = body.magic;
+    h->res = body.res;
+    uint32_t hlen = 0;
+    uint8_t *mine = hand::encode(*h, stamp, &hlen);
+    if (!mine || hlen != len || memcmp(mine, wire->data(), len))
+        fail("%s: hand-written body bytes differ from the library's", label);
+    free(mine);
+    hand::Body<R> *back = decode(wire->data(), wire->data() + len, magic, stamp);
+    if (!back || memcmp(&back->res, &body.res, sizeof body.res) || back->magic != magic)
+        fail("%s: hand-written body reader does not give back the body", label);
+    free(back);
+
+    add(std::string("Encode/") + label + "/handBody", len, [h, stamp] {
+        uint32_t n = 0;
+        uint8_t *out = hand::encode(*h, stamp, &n);
+        benchmark::DoNotOptimize(out);
+        free(out);
+    });
+    add(std::string("Decode/") + label + "/handBody", len, [wire, magic, stamp, decode] {
+        auto *b = decode(wire->data(), wire->data() + wire->size(), magic, stamp);
+        benchmark::DoNotOptimize(b);
+        free(b);
+    });
+}
 
 struct Bodies {
     ivRes_getCCAStatistic cca;
@@ -233,12 +277,18 @@ void codecCases(const Data &d, Bodies &b)
     b.cca.magic = kMagic_getCCAStatistic;
     b.cca.res = d.cca;
     bodyCases("ccaStats", kIndex_getCCAStatistic, INTFVELMOR_BODY_RES, b.cca);
+    handBodyCases<ivRes_getCCAStatistic, ccaStats>("ccaStats", kIndex_getCCAStatistic, b.cca,
+                                                   kMagic_getCCAStatistic,
+                                                   kStamp_getCCAStatistic, hand::decodeCca);
 
     recordCases("assocDevListRet100", d.assoc);
     handCases("assocDevListRet100", d.assoc);
     b.assoc.magic = kMagic_getAssocDevStats;
     b.assoc.res = d.assoc;
     bodyCases("assocDevListRet100", kIndex_getAssocDevStats, INTFVELMOR_BODY_RES, b.assoc);
+    handBodyCases<ivRes_getAssocDevStats, assocDevListRet>(
+        "assocDevListRet100", kIndex_getAssocDevStats, b.assoc, kMagic_getAssocDevStats,
+        kStamp_getAssocDevStats, hand::decodeAssoc);
 
     recordCases("APCfg50", d.ap);
     b.ap.magic = kMagic_configureAccessPoint;

@@ -1,32 +1,41 @@
 #include "handwritten.h"
 
+#include <stdlib.h>
 #include <string.h>
 
 namespace hand {
 
 namespace {
 
+#if __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
+inline uint32_t swap32(uint32_t v) { return v; }
+inline uint64_t swap64(uint64_t v) { return v; }
+#else
+inline uint32_t swap32(uint32_t v) { return __builtin_bswap32(v); }
+inline uint64_t swap64(uint64_t v) { return __builtin_bswap64(v); }
+#endif
+
 inline void be32(uint8_t *p, uint32_t v)
 {
-    v = __builtin_bswap32(v);
+    v = swap32(v);
     memcpy(p, &v, 4);
 }
 inline void be64(uint8_t *p, uint64_t v)
 {
-    v = __builtin_bswap64(v);
+    v = swap64(v);
     memcpy(p, &v, 8);
 }
 inline uint32_t get32(const uint8_t *p)
 {
     uint32_t v;
     memcpy(&v, p, 4);
-    return __builtin_bswap32(v);
+    return swap32(v);
 }
 inline uint64_t get64(const uint8_t *p)
 {
     uint64_t v;
     memcpy(&v, p, 8);
-    return __builtin_bswap64(v);
+    return swap64(v);
 }
 
 // ---- writing: tag, length, value; texts leave their pad bytes as they are --------
@@ -247,6 +256,59 @@ bool read(assocDevListRet &r, const uint8_t *&p, const uint8_t *e)
         if (!readInfo(r.devices[i], p, e))
             return false;
     return true;
+}
+
+// ---- response bodies ----------------------------------------------------------------
+
+namespace {
+
+template <class R>
+uint8_t *encodeBody(const Body<R> &b, uint16_t stamp, uint32_t *len)
+{
+    uint32_t n = 2 * 12 + length(b.res);
+    uint8_t *buf = (uint8_t *)calloc(1, n);
+    if (!buf)
+        return nullptr;
+    uint8_t *p = u32(buf, 0, b.magic);
+    write(b.res, u32(p, 1, stamp));
+    *len = n;
+    return buf;
+}
+
+template <class R>
+Body<R> *decodeBody(const uint8_t *p, const uint8_t *end, uint32_t magic, uint16_t stamp)
+{
+    Body<R> *b = (Body<R> *)calloc(1, sizeof(Body<R>));
+    if (!b)
+        return nullptr;
+    uint32_t m, s;
+    if (!u32(p, end, 0, m) || m != magic || !u32(p, end, 1, s) || (uint16_t)s != stamp ||
+        !read(b->res, p, end)) {
+        free(b);
+        return nullptr;
+    }
+    b->magic = m;
+    return b;
+}
+
+}  // namespace
+
+uint8_t *encode(const Body<ccaStats> &b, uint16_t stamp, uint32_t *len)
+{
+    return encodeBody(b, stamp, len);
+}
+Body<ccaStats> *decodeCca(const uint8_t *p, const uint8_t *end, uint32_t magic, uint16_t stamp)
+{
+    return decodeBody<ccaStats>(p, end, magic, stamp);
+}
+uint8_t *encode(const Body<assocDevListRet> &b, uint16_t stamp, uint32_t *len)
+{
+    return encodeBody(b, stamp, len);
+}
+Body<assocDevListRet> *decodeAssoc(const uint8_t *p, const uint8_t *end, uint32_t magic,
+                                   uint16_t stamp)
+{
+    return decodeBody<assocDevListRet>(p, end, magic, stamp);
 }
 
 }  // namespace hand
