@@ -20,15 +20,6 @@ struct BeaconBody {
     char mac[18];
     int8_t value1, value2;
 };
-struct PairingBody {
-    uint32_t magic;
-    uint16_t ref;
-    uint32_t value;
-};
-
-const Bytes kPairing5 = hex("00 00 00 00 00 00 00 04 13 53 19 40"
-                            "00 00 00 01 00 00 00 04 00 00 00 01"
-                            "00 00 00 03 00 00 00 04 00 00 00 05");
 const Bytes kBeaconAb = frame(0x24582563, 0) +
                         hex("00 00 00 03 00 00 00 04 61 62 00 00"
                             "00 00 00 04 00 00 00 04 FF FF FF FF"

@@ -236,28 +236,8 @@ TEST_F(RefHost, ManagementNumbersRegistrationAndWithdrawal)
     EXPECT_EQ(refhost_mngtCount(), 0u);
 }
 
-TEST_F(RefHost, EventsTokensAndLookup)
+TEST_F(RefHost, LookupByRoleNameAndEntry)
 {
-    static std::vector<std::pair<void *, int32_t>> got;
-    got.clear();
-    auto cb = [](void *ctx, int32_t ev) { got.emplace_back(ctx, ev); };
-    int a, b;
-    EXPECT_EQ(tick_addEvtBase(cb, &a), 0u);
-    EXPECT_EQ(tick_addEvtBase(cb, &b), 0u);
-    refhost_deliverEvent(5);
-    ASSERT_EQ(got.size(), 2u);
-    EXPECT_EQ(got[0], std::make_pair(static_cast<void *>(&a), 5));
-    EXPECT_EQ(got[1], std::make_pair(static_cast<void *>(&b), 5));
-
-    void *fn = reinterpret_cast<void *>(onRes);
-    uint32_t t = refhost_token(fn);
-    EXPECT_NE(t, 0u);
-    EXPECT_EQ(refhost_token(fn), t);
-    EXPECT_NE(refhost_token(reinterpret_cast<void *>(keepCtx)), t);
-    EXPECT_EQ(refhost_fromToken(t), fn);
-    EXPECT_EQ(refhost_token(nullptr), 0u);
-    EXPECT_EQ(refhost_fromToken(0), nullptr);
-
     subscribe(client, 1, keepCtx, 0);
     EXPECT_EQ(tolkIntf_findSrvMthdNtfyUser(0, 0, "Test", 0, 0), server);
     EXPECT_EQ(tolkIntf_findSrvMthdNtfyUser(1, 0, "Test", 1, 0), client);
@@ -304,69 +284,4 @@ TEST_F(RefHost, NotificationReachesEverySubscriberOfItsEntry)
     EXPECT_EQ(L.frees, 4);  // published body + three delivered ones
     EXPECT_EQ(refhost_stats().contextsOpen, 0u);
     EXPECT_EQ(refhost_stats().deliveries, 3u);
-}
-
-TEST_F(RefHost, FaultsAndFailuresStillFreeBodies)
-{
-    tolkCore_mngt *rec = reinterpret_cast<tolkCore_mngt *>(&rec);
-    refhost_failNext(REFHOST_CALL_GET_BASE_MSG_MNGT, 0xFFFF);
-    EXPECT_EQ(tolkCore_getBase_msgMngt("x", &rec, 1), 0xFFFF);
-    refhost_failNext(REFHOST_CALL_GET_BASE_MSG_MNGT, 9);
-    uint16_t n = tolkCore_getBase_msgMngt("x", &rec, 1);
-    EXPECT_NE(n, 0xFFFF);
-    EXPECT_EQ(rec, nullptr);
-    EXPECT_EQ(refhost_mngtCount(), 2u);
-
-    uint16_t spare = tolkCore_getBase_msgMngt("spare", &rec, 0);
-    refhost_failNext(REFHOST_CALL_PUT_BASE_MSG_MNGT, 77);
-    EXPECT_EQ(tolkCore_putBase_msgMngt(spare, 0), 77u);
-    EXPECT_EQ(refhost_mngtCount(), 3u);
-    EXPECT_EQ(tolkCore_putBase_msgMngt(spare, 0), 0u);
-
-    const struct { refhost_call call; uint32_t (*run)(RefHost *); } simple[] = {
-        {REFHOST_CALL_ADD_EVT_BASE, [](RefHost *) { return tick_addEvtBase([](void *, int32_t) {}, nullptr); }},
-        {REFHOST_CALL_REG_USER, [](RefHost *t) { return tolkIntf_regUser_msgMngt(t->client, 0, nullptr, 1, 0xFFFF, 0); }},
-        {REFHOST_CALL_UNREG_USER, [](RefHost *t) { return tolkIntf_unregUser_msgMngt(t->client, 1, 0xFFFF, 0); }},
-        {REFHOST_CALL_IS_MSG_NEED_RES, [](RefHost *) { return tolkCore_isMsg_needRes(nullptr); }},
-        {REFHOST_CALL_MOD_SRV_MTHD, [](RefHost *t) { return tolkIntf_modSrv_mthd(t->client, 0, 0, 0, 0, "Test", &t->cmd, &t->ntfy, 1, 0xFFFF, 0xFFFF); }},
-        {REFHOST_CALL_MOD_CLI_NTFY_USER_MTHD, [](RefHost *t) { return tolkIntf_modCliNtfyUser_mthd(t->client, 0, 0, 0, 0, "", nullptr, "Test", &t->cmd, &t->ntfy, 1); }},
-        {REFHOST_CALL_MOD_SRV_NTFY_NEED_UPDATE, [](RefHost *t) { return tolkIntf_modSrv_ntfy_needUpdate(t->server, 0, 0, 0, "Test", &t->cmd, &t->ntfy, 1); }},
-        {REFHOST_CALL_SEND_MSG_REQ, [](RefHost *t) { return t->send(1, onRes); }},
-        {REFHOST_CALL_SEND_REQ_NTFY, [](RefHost *t) { return t->publish(1, 0); }},
-    };
-    for (const auto &c : simple) {
-        SCOPED_TRACE(c.call);
-        L.frees = 0;
-        refhost_failNext(c.call, 77);
-        EXPECT_EQ(c.run(this), 77u);
-        EXPECT_TRUE(L.live.empty());
-        if (c.call == REFHOST_CALL_SEND_MSG_REQ || c.call == REFHOST_CALL_SEND_REQ_NTFY)
-            EXPECT_EQ(L.frees, 1);
-        EXPECT_NE(c.run(this), 77u);  // one shot only
-    }
-    refhost_failNext(REFHOST_CALL_GET_CORE_USER, 1);
-    EXPECT_EQ(tolkIntf_getCore_user(client), nullptr);
-    refhost_failNext(REFHOST_CALL_FIND_SRV_MTHD_NTFY_USER, 1);
-    EXPECT_EQ(tolkIntf_findSrvMthdNtfyUser(0, 0, "Test", 0, 0), nullptr);
-    EXPECT_EQ(refhost_stats().needUpdates, 1u);  // the failed one was not recorded
-}
-
-TEST_F(RefHost, ResetFreesHeldBodiesAndForgetsEverything)
-{
-    serve(1, keepCtx, 0);
-    ASSERT_EQ(send(5, onRes, true, 1), 0u);
-    refhost_failNext(REFHOST_CALL_REG_USER, 5);
-    ASSERT_EQ(L.live.size(), 1u);
-    refhost_reset();
-    EXPECT_TRUE(L.live.empty());
-    EXPECT_EQ(refhost_mngtCount(), 0u);
-    EXPECT_EQ(refhost_stats().contextsOpen, 0u);
-    EXPECT_EQ(refhost_stats().bodiesFreed, 0u);
-    EXPECT_EQ(refhost_fromToken(1), nullptr);
-    EXPECT_EQ(tolkIntf_getCore_user(client), nullptr);  // users are gone
-    EXPECT_EQ(tolkCore_isMsg_needRes(heldCtx), 1u);
-    void *u = refhost_newUser("u");
-    tolkCore_mngt *rec = nullptr;
-    EXPECT_EQ(tolkCore_getBase_msgMngt("again", &rec, 1), 1);  // numbers start over
-    EXPECT_EQ(tolkIntf_regUser_msgMngt(u, 0, nullptr, 1, 0xFFFF, 0), 0u);  // fault cleared
 }

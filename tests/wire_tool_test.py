@@ -5,6 +5,7 @@ record types, the demo's bytes, and the refusal of malformed input.
     wire_tool_test.py PATH/TO/intfvelmor-wire PATH/TO/intfvelmor_demo
 """
 import json
+import os
 import random
 import re
 import struct
@@ -24,10 +25,6 @@ def run(args, stdin="", binary=False):
     return p.returncode, p.stdout, p.stderr.decode("utf-8", "replace")
 
 
-def hexof(data):
-    return data.hex()
-
-
 def unhex(text):
     return bytes.fromhex(re.sub(r"\s", "", text))
 
@@ -39,7 +36,7 @@ def encode(args, doc):
 
 
 def decode_json(args, data):
-    rc, out, err = run(["decode", "--json"] + args, hexof(data))
+    rc, out, err = run(["decode", "--json"] + args, bytes.hex(data))
     assert rc == 0, f"decode {args} failed ({rc}): {err}"
     return json.loads(out)
 
@@ -145,18 +142,6 @@ class Catalogue(unittest.TestCase):
         self.assertEqual(len(SCHEMA["records"]), 75)
         self.assertEqual(sum(m["notification"] for m in SCHEMA["messages"]), 3)
 
-    def test_every_member_has_its_name_from_the_names_table(self):
-        def names(members):
-            return [m["name"] for m in members]
-        everything = [names(r["members"]) for r in SCHEMA["records"]]
-        everything += [names(m[k]) for m in SCHEMA["messages"] for k in ("req", "res") if k in m]
-        for listed in everything:
-            self.assertTrue(all(n and n != "?" for n in listed), listed)
-            self.assertEqual(len(set(listed)), len(listed), listed)
-        self.assertEqual(names(next(r for r in SCHEMA["records"]
-                                    if r["name"] == "AftConfig")["members"]), ["v3", "stations"])
-
-
 class DemoBytes(unittest.TestCase):
     """The demo's every crossing, as the library serialized it."""
 
@@ -177,27 +162,6 @@ class DemoBytes(unittest.TestCase):
                 bodies.add((e["message"], kind))
         self.assertEqual(len(bodies), 31)  # 14 requests, 14 responses, 3 notifications
 
-    def test_recognition_without_a_name_finds_the_message(self):
-        for e in self.exchanges:
-            kind = "req" if e["bodyType"] == 0 else "res"
-            with self.subTest(message=e["message"], type=kind):
-                rc, out, err = run(["decode", "--json"], e["bytes"])
-                self.assertEqual(rc, 0, err)
-                got = json.loads(out)
-                got = got if isinstance(got, list) else [got]
-                self.assertIn({"message": e["message"], "type": kind, "body": e["values"]}, got)
-
-    def test_the_tree_lines_up_with_the_bytes(self):
-        for e in self.exchanges[:6]:
-            kind = "req" if e["bodyType"] == 0 else "res"
-            rc, out, err = run(["decode", "-m", e["message"], "-t", kind, "--dump"], e["bytes"])
-            self.assertEqual(rc, 0, err)
-            tree = out.decode()
-            self.assertIn(f"body type {e['bodyType']}, {e['size']} bytes", tree)
-            # The first member starts right after the frame's two items.
-            self.assertRegex(tree, r"stamp\s+#1\s+@000c")
-            self.assertTrue(all(o < e["size"] for o in item_offsets(tree)))
-
     def test_every_cut_of_a_body_is_refused_at_the_item_it_cuts(self):
         # Each prefix stops the library at the item holding the cut, and the
         # tool reports that item's start.
@@ -212,24 +176,10 @@ class DemoBytes(unittest.TestCase):
             cuts = sorted(set(range(1, len(data), 7)) | set(starts[1:]))
             for cut in cuts:
                 with self.subTest(message=e["message"], type=kind, cut=cut):
-                    rc, _, err = run(["decode", "-m", e["message"], "-t", kind], hexof(data[:cut]))
+                    rc, _, err = run(["decode", "-m", e["message"], "-t", kind], bytes.hex(data[:cut]))
                     self.assertEqual(rc, 1)
                     self.assertEqual(stopped_at(err), max(s for s in starts if s <= cut), err)
                     self.assertIn("[INTFVELMOR] -> ", err)
-
-    def test_damaged_bodies_never_crash_the_tool(self):
-        rng = random.Random(7)
-        for e in self.exchanges[::3]:
-            data = bytearray.fromhex(e["bytes"])
-            for _ in range(12):
-                bad = bytearray(data)
-                for _ in range(rng.randint(1, 4)):
-                    bad[rng.randrange(len(bad))] = rng.randrange(256)
-                rc, _, err = run(["decode"], hexof(bad))
-                self.assertIn(rc, (0, 1), err)
-                if rc == 1 and "does not decode" in err:
-                    self.assertRegex(err, r"refused with code \d")
-
 
 class RoundTrips(unittest.TestCase):
     """encode(JSON) -> bytes -> decode --json gives the same JSON back."""
@@ -253,17 +203,6 @@ class RoundTrips(unittest.TestCase):
                         self.assertEqual(int.from_bytes(data[8:12], "big"), int(m["magic"], 16))
                         self.assertEqual(int.from_bytes(data[20:24], "big"), m["stamp"])
 
-    def test_record_types(self):
-        rng = random.Random(2)
-        sample = SCHEMA["records"][::2] + [r for r in SCHEMA["records"]
-                                           if r["name"] in ("APCfg", "BandSteeringCfg",
-                                                            "RadioCapacity", "channelReport")]
-        for r in sample:
-            for mode in ("min", "random", "max"):
-                body = Values(SCHEMA, rng, mode).record(r["name"])
-                with self.subTest(record=r["name"], mode=mode):
-                    self.round_trip(["--record", r["name"]], body, {"record": r["name"]})
-
     def test_templates_are_what_encode_reads(self):
         for args in (["--record", "APCfg"], ["-m", "createAccessPoint", "-t", "res"],
                      ["-m", "beaconReport"]):
@@ -281,7 +220,7 @@ class WireExamples(unittest.TestCase):
     def test_shared_magic_and_stamp_lists_every_fitting_candidate(self):
         # An empty station list is both a getAssocDevStats request and response.
         data = frame(0x29170612, 1) + scalar_item(3, 0)
-        rc, out, err = run(["decode", "--json"], hexof(data))
+        rc, out, err = run(["decode", "--json"], bytes.hex(data))
         self.assertEqual(rc, 0, err)
         self.assertEqual({(d["message"], d["type"]) for d in json.loads(out)},
                          {("getAssocDevStats", "req"), ("getAssocDevStats", "res")})
@@ -295,7 +234,7 @@ class WireExamples(unittest.TestCase):
         # A scalar item whose length says 8 is read by its first four bytes.
         data = struct.pack(">IIII", 3, 8, 1, 0xDEAD) + b"".join(
             scalar_item(4 + i, 2 + i) for i in range(4))
-        rc, out, err = run(["decode", "--json", "-r", "ccaStats"], hexof(data))
+        rc, out, err = run(["decode", "--json", "-r", "ccaStats"], bytes.hex(data))
         self.assertEqual(rc, 0, err)
         self.assertEqual(json.loads(out)["body"], {"v3": 1, "v4": 2, "v5": 3, "v6": 4, "v7": 5})
         self.assertIn("encodes these values differently from offset 7", err)
@@ -303,7 +242,7 @@ class WireExamples(unittest.TestCase):
 
 class MalformedBytes(unittest.TestCase):
     def refused(self, args, data, code):
-        rc, out, err = run(["decode"] + args, data if isinstance(data, str) else hexof(data))
+        rc, out, err = run(["decode"] + args, data if isinstance(data, str) else bytes.hex(data))
         self.assertEqual(rc, 1, err)
         self.assertIn(f"refused with code {code}", err)
         return err
@@ -373,7 +312,7 @@ class MalformedBytes(unittest.TestCase):
         err = self.refused(["-m", "getCCAStatistic", "-t", "req"], bad, 2)
         self.assertIn("Tl(5-4) expectded(0)", err)
         self.assertIn("Type(1) -> Error Before", err)
-        rc, _, err = run(["decode"], hexof(frame(0x12345678, 0)))
+        rc, _, err = run(["decode"], bytes.hex(frame(0x12345678, 0)))
         self.assertEqual(rc, 1)
         self.assertIn("no message has magic 0x12345678 with stamp 0", err)
 
@@ -388,15 +327,15 @@ class MalformedBytes(unittest.TestCase):
         self.assertIn("failing item: v3 (u64, item #3)", err)
 
     def test_trailing_bytes_are_ignored_as_the_library_does(self):
-        rc, out, err = run(["decode", "--json", "-r", "ccaStats"], hexof(CCA_RES[24:] + b"\xff"))
+        rc, out, err = run(["decode", "--json", "-r", "ccaStats"], bytes.hex(CCA_RES[24:] + b"\xff"))
         self.assertEqual((rc, json.loads(out)["body"]["v7"]), (0, 5), err)
         self.assertIn("1 byte after offset 60 (0x3c) not read", err)
         rc, out, err = run(["decode", "--json", "-m", "getCCAStatistic", "-t", "res"],
-                           hexof(CCA_RES + b"\0" * 5))
+                           bytes.hex(CCA_RES + b"\0" * 5))
         self.assertEqual((rc, json.loads(out)["body"]["res"]["v3"]), (0, 1), err)
         self.assertIn("5 bytes after offset 84 (0x54) not read", err)
         # Recognised by its frame, a body with bytes after it decodes too.
-        rc, out, err = run(["decode", "--json"], hexof(CCA_RES + b"\0" * 5))
+        rc, out, err = run(["decode", "--json"], bytes.hex(CCA_RES + b"\0" * 5))
         self.assertEqual(rc, 0, err)
         self.assertIn({"message": "getCCAStatistic", "type": "res",
                        "body": {"res": {"v3": 1, "v4": 2, "v5": 3, "v6": 4, "v7": 5}}},
@@ -419,50 +358,17 @@ class MalformedBytes(unittest.TestCase):
 
 
 class MalformedJson(unittest.TestCase):
-    CASES = [
-        (["-r", "ccaStats"], '{"v3": ', 1, "not JSON"),
-        (["-r", "ccaStats"], "[1, 2]", 1, "ccaStats: expected an object (ccaStats), got an array"),
-        (["-r", "ccaStats"], '{"v3": 1, "v9": 2}', 1, "ccaStats.v9: ccaStats has no such member"),
-        (["-r", "APCfg"], '{"v4": 300}', 1, "APCfg.v4: 300 is out of range for u8"),
-        (["-r", "ccaStats"], '{"v3": -1}', 1, "ccaStats.v3: -1 is out of range for u32"),
-        (["-r", "ccaStats"], '{"v3": 4294967296}', 1, "4294967296 is out of range for u32"),
-        (["-r", "Timestamp"], '{"v3": 18446744073709551616}', 1, "Timestamp.v3: expected an integer"),
-        (["-r", "RadioDef"], '{"v5": -129}', 1, "RadioDef.v5: -129 is out of range for i8"),
-        (["-r", "EPCapacity"], '{"v4": 32768}', 1, "EPCapacity.v4: 32768 is out of range for i16"),
-        (["-r", "ccaStats"], '{"v3": 1.5}', 1, "got 1.5"),
-        (["-r", "ccaStats"], '{"v3": "1"}', 1, "got a string"),
-        (["-r", "ccaStats"], '{"v3": true}', 1, "ccaStats.v3: expected an integer"),
-        (["-r", "APCfg"], '{"apSecCfg": {"key": "%s"}}' % ("k" * 65), 1,
-         "APCfg.apSecCfg.key: text of 65 characters is longer than the 64 that fit (char[65])"),
-        (["-m", "configureAccessPoint", "-t", "req"], '{"cfg": {"apSecCfg": {"key": "%s"}}}'
-         % ("k" * 65), 1, "configureAccessPoint.cfg.apSecCfg.key: text of 65 characters"),
-        (["-r", "MacDef"], '{"mac": 5}', 1, "MacDef.mac: expected a string (char[18])"),
-        (["-r", "MacDef"], '{"mac": "\\u0100"}', 1, "MacDef.mac: character U+0100 is not a byte"),
-        (["-r", "MacDef"], '{"mac": "a\\u0000b"}', 1, "MacDef.mac: a text cannot hold a NUL"),
-        (["-r", "assocDevListReq"], '{"devicesCount": 3, "devices": [{"mac": "a"}]}', 1,
-         "assocDevListReq.devices: devicesCount 3 makes 3 elements travel, 1 given"),
-        (["-r", "channelReport"], '{"channelsCount": 256}', 1,
-         "channelReport.channelsCount: 256 is out of range for u8"),
-        (["-r", "AftConfig"], '{"stations": %s}' % json.dumps([{}] * 11), 1,
-         "AftConfig.stations: 11 elements, at most 10 travel"),
-        (["-r", "BandSteeringCfg"], '{"itfCfgs": %s}' % json.dumps([{}] * 9), 1,
-         "BandSteeringCfg.itfCfgs: 9 elements, a table holds 8"),
-        (["-r", "assocDevListReq"], '{"devices": [{"mac": "a", "v4": [1]}]}', 1,
-         "assocDevListReq.devices[0].v4: expected an integer (u8, 0..255), got an array"),
-        (["-m", "getCCAStatistic", "-t", "req"], '{"x": 1}', 1, "the request has no members"),
-        (["-m", "getChannelCreated"], '{"message": "getCCAStatistic", "type": "res", "body": {}}', 1,
-         "envelope: names message getCCAStatistic, the command line another"),
-        ([], '{"message": "getCCAStatistic", "type": "res", "body": {}, "x": 1}', 1,
-         "envelope: unknown key 'x'"),
-        ([], '{"message": "nothing", "body": {}}', 1, "envelope: no message is named 'nothing'"),
-        ([], '{"v3": 1}', 2, "encode needs --message NAME --type req|res or --record TYPE"),
-        (["-m", "getCCAStatistic"], "{}", 2, "say --type req or --type res"),
-        (["-m", "beaconReport", "-t", "res"], "{}", 2, "beaconReport is a notification"),
-        (["-r", "NoSuchType"], "{}", 2, "no record type is named 'NoSuchType'"),
-    ]
+    @staticmethod
+    def cases():
+        path = os.path.join(os.path.dirname(os.path.abspath(__file__)), "wire_tool_refusals.txt")
+        with open(path, encoding="utf-8") as f:
+            for line in f:
+                if line.strip() and not line.startswith("#"):
+                    args, code, message, text = line.rstrip("\n").split(" | ", 3)
+                    yield ([] if args == "-" else args.split()), text, int(code), message
 
     def test_rejections_name_the_field(self):
-        for args, text, code, message in self.CASES:
+        for args, text, code, message in self.cases():
             with self.subTest(args=args, text=text[:40]):
                 rc, out, err = run(["encode"] + args, text)
                 self.assertEqual(rc, code, err)
