@@ -178,6 +178,30 @@ struct Notification {
     Bytes bytes;  // the whole body
 };
 
+// Commands whose request is one record (or nothing) and whose response is one record.
+template <class Req, class Res>
+Command recordCommand(uint32_t index, const char *name, ModSrvFn modSrv,
+                      uint32_t (*send)(void *, void (*)(void *, uint32_t, Res *), uint32_t,
+                                       uint32_t, const char *, const Req *),
+                      void (*answer)(void *, const Res *), Req req, Res res)
+{
+    return {index, name, modSrv, fnp(onRequest<Req *>),
+            [=](void *c) { return send(c, onResponse<Res *>, kCliRef, 0, "wifi", &req); },
+            [=](void *ctx) { answer(ctx, &res); },
+            {render(&req)}, {render(&res)}, encode(req), encode(res)};
+}
+template <class Res>
+Command askingCommand(uint32_t index, const char *name, ModSrvFn modSrv,
+                      uint32_t (*send)(void *, void (*)(void *, uint32_t, Res *), uint32_t,
+                                       uint32_t, const char *),
+                      void (*answer)(void *, const Res *), Res res)
+{
+    return {index, name, modSrv, fnp(onRequest<>),
+            [=](void *c) { return send(c, onResponse<Res *>, kCliRef, 0, "wifi"); },
+            [=](void *ctx) { answer(ctx, &res); },
+            {}, {render(&res)}, {}, encode(res)};
+}
+
 // Counts above their bounds travel unchanged; texts longer than their
 // fields go out cut.
 inline const std::vector<Command> &commands()
@@ -208,14 +232,9 @@ inline const std::vector<Command> &commands()
         auto cca = patterned<ccaStats>(19);
         const char *w = "wifi";
         return std::vector<Command>{
-            {0, "getAssocDevStats", intfVelmor_modSrv_recvMsg_getAssocDevStats,
-             fnp(onRequest<assocDevListReq *>),
-             [=](void *c) {
-                 return intfVelmor_sendReq_getAssocDevStats(c, onResponse<assocDevListRet *>,
-                                                            kCliRef, 0, w, &devReq);
-             },
-             [=](void *ctx) { intfVelmor_sendRes_getAssocDevStats(ctx, &devRet); },
-             {render(&devReq)}, {render(&devRet)}, encode(devReq), encode(devRet)},
+            recordCommand(0, "getAssocDevStats", intfVelmor_modSrv_recvMsg_getAssocDevStats,
+                          intfVelmor_sendReq_getAssocDevStats,
+                          intfVelmor_sendRes_getAssocDevStats, devReq, devRet),
             {1, "selectAndCreateRadio", intfVelmor_modSrv_recvMsg_selectAndCreateRadio,
              fnp(onRequest<char *, RadioDef *>),
              [=](void *c) {
@@ -237,22 +256,13 @@ inline const std::vector<Command> &commands()
              textItem(3, full) + textItem(4, cut.substr(0, 63)) + textItem(5, ""),
              // The status, the capacity's own items from tag 3, then the text at 5.
              scalarItem(3, 254) + encode(apCap) + textItem(5, "up")},
-            {3, "getProbeRequestList", intfVelmor_modSrv_recvMsg_getProbeRequestList,
-             fnp(onRequest<>),
-             [=](void *c) {
-                 return intfVelmor_sendReq_getProbeRequestList(
-                     c, onResponse<ProbeRequestList *>, kCliRef, 0, w);
-             },
-             [=](void *ctx) { intfVelmor_sendRes_getProbeRequestList(ctx, &probes); },
-             {}, {render(&probes)}, {}, encode(probes)},
-            {4, "getTemporarilyBlackList", intfVelmor_modSrv_recvMsg_getTemporarilyBlackList,
-             fnp(onRequest<>),
-             [=](void *c) {
-                 return intfVelmor_sendReq_getTemporarilyBlackList(
-                     c, onResponse<MacFilterList *>, kCliRef, 0, w);
-             },
-             [=](void *ctx) { intfVelmor_sendRes_getTemporarilyBlackList(ctx, &macs); },
-             {}, {render(&macs)}, {}, encode(macs)},
+            askingCommand(3, "getProbeRequestList", intfVelmor_modSrv_recvMsg_getProbeRequestList,
+                          intfVelmor_sendReq_getProbeRequestList,
+                          intfVelmor_sendRes_getProbeRequestList, probes),
+            askingCommand(4, "getTemporarilyBlackList",
+                          intfVelmor_modSrv_recvMsg_getTemporarilyBlackList,
+                          intfVelmor_sendReq_getTemporarilyBlackList,
+                          intfVelmor_sendRes_getTemporarilyBlackList, macs),
             {5, "configureAccessPoint", intfVelmor_modSrv_recvMsg_configureAccessPoint,
              fnp(onRequest<APCfg *, uint8_t>),
              [=](void *c) {
@@ -280,30 +290,16 @@ inline const std::vector<Command> &commands()
              [=](void *ctx) { intfVelmor_sendRes_temporarilyBlackList(ctx, 0); },
              {"00:11:22:33:44:55", "4294967294"}, {"0"},
              textItem(3, "00:11:22:33:44:55") + scalarItem(4, 0xFFFFFFFE), scalarItem(3, 0)},
-            {8, "11vActionFrame", intfVelmor_modSrv_recvMsg_11vActionFrame,
-             fnp(onRequest<bssTransitionRequest *>),
-             [=](void *c) {
-                 return intfVelmor_sendReq_11vActionFrame(
-                     c, onResponse<bssTransitionResponse *>, kCliRef, 0, w, &bssReq);
-             },
-             [=](void *ctx) { intfVelmor_sendRes_11vActionFrame(ctx, &bssRes); },
-             {render(&bssReq)}, {render(&bssRes)}, encode(bssReq), encode(bssRes)},
-            {9, "getStationsStatistics", intfVelmor_modSrv_recvMsg_getStationsStatistics,
-             fnp(onRequest<assocDevListReq *>),
-             [=](void *c) {
-                 return intfVelmor_sendReq_getStationsStatistics(
-                     c, onResponse<assocDevListRet *>, kCliRef, 0, w, &staReq);
-             },
-             [=](void *ctx) { intfVelmor_sendRes_getStationsStatistics(ctx, &staRet); },
-             {render(&staReq)}, {render(&staRet)}, encode(staReq), encode(staRet)},
-            {10, "beaconRequest", intfVelmor_modSrv_recvMsg_beaconRequest,
-             fnp(onRequest<BeaconRequestCfg *>),
-             [=](void *c) {
-                 return intfVelmor_sendReq_beaconRequest(c, onResponse<beaconReport *>, kCliRef,
-                                                         0, w, &beaconReq);
-             },
-             [=](void *ctx) { intfVelmor_sendRes_beaconRequest(ctx, &beaconRep); },
-             {render(&beaconReq)}, {render(&beaconRep)}, encode(beaconReq), encode(beaconRep)},
+            recordCommand(8, "11vActionFrame", intfVelmor_modSrv_recvMsg_11vActionFrame,
+                          intfVelmor_sendReq_11vActionFrame,
+                          intfVelmor_sendRes_11vActionFrame, bssReq, bssRes),
+            recordCommand(9, "getStationsStatistics",
+                          intfVelmor_modSrv_recvMsg_getStationsStatistics,
+                          intfVelmor_sendReq_getStationsStatistics,
+                          intfVelmor_sendRes_getStationsStatistics, staReq, staRet),
+            recordCommand(10, "beaconRequest", intfVelmor_modSrv_recvMsg_beaconRequest,
+                          intfVelmor_sendReq_beaconRequest,
+                          intfVelmor_sendRes_beaconRequest, beaconReq, beaconRep),
             {11, "setBeaconIETUK", intfVelmor_modSrv_recvMsg_setBeaconIETUK,
              fnp(onRequest<BeaconIECfg *>),
              [=](void *c) {
@@ -312,21 +308,12 @@ inline const std::vector<Command> &commands()
              },
              [=](void *ctx) { intfVelmor_sendRes_setBeaconIETUK(ctx, 255); },
              {render(&beaconIE)}, {"255"}, encode(beaconIE), scalarItem(3, 255)},
-            {12, "getChannelCreated", intfVelmor_modSrv_recvMsg_getChannelCreated,
-             fnp(onRequest<>),
-             [=](void *c) {
-                 return intfVelmor_sendReq_getChannelCreated(c, onResponse<channelReport *>,
-                                                             kCliRef, 0, w);
-             },
-             [=](void *ctx) { intfVelmor_sendRes_getChannelCreated(ctx, &channels); },
-             {}, {render(&channels)}, {}, encode(channels)},
-            {13, "getCCAStatistic", intfVelmor_modSrv_recvMsg_getCCAStatistic, fnp(onRequest<>),
-             [=](void *c) {
-                 return intfVelmor_sendReq_getCCAStatistic(c, onResponse<ccaStats *>, kCliRef, 0,
-                                                           w);
-             },
-             [=](void *ctx) { intfVelmor_sendRes_getCCAStatistic(ctx, &cca); },
-             {}, {render(&cca)}, {}, encode(cca)},
+            askingCommand(12, "getChannelCreated", intfVelmor_modSrv_recvMsg_getChannelCreated,
+                          intfVelmor_sendReq_getChannelCreated,
+                          intfVelmor_sendRes_getChannelCreated, channels),
+            askingCommand(13, "getCCAStatistic", intfVelmor_modSrv_recvMsg_getCCAStatistic,
+                          intfVelmor_sendReq_getCCAStatistic,
+                          intfVelmor_sendRes_getCCAStatistic, cca),
         };
     }();
     return list;

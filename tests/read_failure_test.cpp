@@ -6,7 +6,6 @@
 #include "messages/frame.h"
 #include "testkit.h"
 #include "types/described.h"
-#include "wire/bytes.h"
 
 namespace {
 
@@ -41,21 +40,13 @@ TEST(ReadFailure, EveryDescriptionNestsWithinThePath)
     bodies(iv::kNotifications, INTFVELMOR_NTFY_COUNT);
 }
 
-std::vector<uint8_t> scalars(std::initializer_list<std::pair<uint32_t, uint32_t>> items)
-{
-    std::vector<uint8_t> out(items.size() * iv::kScalar32Size);
-    uint8_t *p = out.data();
-    for (auto &[tag, value] : items)
-        p = iv::putScalar32(p, tag, value);
-    return out;
-}
-
 // A stamp of another message is refused without a line: the record alone
 // says what item 1 held.
 TEST(ReadFailure, FrameRecordsAForeignStamp)
 {
     const iv::MsgDesc &m = *iv::kCommands[13];
-    std::vector<uint8_t> in = scalars({{0, m.magic}, {1, m.stamp + 1u}});
+    std::vector<uint8_t> in =
+        ivtest::wire("s0:" + std::to_string(m.magic) + " s1:" + std::to_string(m.stamp + 1u));
     void *body = nullptr;
     uint32_t size = 0;
     ReadFailure f{};

@@ -301,12 +301,4 @@ TEST(Nulls, EveryType)
 #undef IVT_NULLS
 }
 
-TEST(PropertyCatalogue, SeventyFiveTypes)
-{
-    int n = 0;
-#define IVT_COUNT(T) ++n;
-    INTFVELMOR_RECORD_TYPES(IVT_COUNT)
-    EXPECT_EQ(75, n);
-}
-
 }  // namespace
