@@ -205,25 +205,6 @@ TEST_F(Frame, RequestWithoutCallbackExpectsNoResponse)
     EXPECT_EQ(Strings{}, lines());
 }
 
-TEST_F(Frame, SendResWaitsForTheCoreToExpectAResponse)
-{
-    ccaStats stats{1, 2, 3, 4, 5};
-    ASSERT_EQ(0u, serve(fnp(onRequest<>)));
-    EXPECT_EQ(0u, ask(onResponse<ccaStats *>));
-    ASSERT_EQ(1u, g_handled.size());
-    void *ctx = g_handled[0].ctx;
-    uint32_t freed = refhost_stats().bodiesFreed;
-    refhost_failNext(REFHOST_CALL_IS_MSG_NEED_RES, 1);
-    intfVelmor_sendRes_getCCAStatistic(ctx, &stats);
-    EXPECT_TRUE(g_answered.empty());
-    EXPECT_EQ(1u, events.size());
-    EXPECT_EQ(freed, refhost_stats().bodiesFreed);
-    EXPECT_EQ(1u, refhost_stats().contextsOpen);
-    intfVelmor_sendRes_getCCAStatistic(ctx, &stats);
-    ASSERT_EQ(1u, g_answered.size());
-    EXPECT_EQ(Strings{render(&stats)}, g_answered[0].args);
-}
-
 TEST_F(Frame, ResponseWithoutCallbackIsAnsweredWith20)
 {
     ccaStats stats{1, 2, 3, 4, 5};
@@ -249,18 +230,6 @@ TEST_F(Frame, NullServiceNameSendsNothing)
                                   "): UserName Null\n"});
     EXPECT_TRUE(events.empty());
     EXPECT_EQ(0u, refhost_stats().bodiesFreed);
-}
-
-TEST_F(Frame, ModSrvFailure)
-{
-    refhost_failNext(REFHOST_CALL_MOD_SRV_MTHD, 77);
-    EXPECT_EQ(77u, serve(fnp(onRequest<>)));
-    EXPECT_EQ(linesAt(3), Strings{"intfVelmor_modSrv_recvMsg_getCCAStatistic: user(" + at(srv) +
-                                  "): ModCliNtfyUser failed(77)\n"});
-    // Nobody serves the command: sendReq hands back the core's code.
-    EXPECT_EQ(REFHOST_ERR_NO_SERVER,
-              ask(onResponse<ccaStats *>));
-    EXPECT_TRUE(g_handled.empty());
 }
 
 // ---- broken magic ---------------------------------------------------------------------

@@ -79,45 +79,6 @@ TEST_F(Ntfy, EveryNotificationEndToEnd)
     }
 }
 
-TEST_F(Ntfy, SubscriberWithoutHandlerAnswers20)
-{
-    subscribe(intfVelmor_modCliNtfyUser_recvMsg_meshTUKExtenderPairing, fnp(onRequest<uint32_t>),
-              nullptr);
-    intfVelmor_sendReq_ntfyMeshTUKExtenderPairing(srv, 0, 0, 9);
-    ASSERT_EQ(1u, g_handled.size());
-    EXPECT_EQ(kRefClient, g_handled[0].ref);
-    ASSERT_EQ(3u, events.size());
-    EXPECT_EQ(kPanel, events[1].to);
-    EXPECT_EQ(REFHOST_TRACE_CODE, events[2].kind);
-    EXPECT_EQ(20u, events[2].code);
-    EXPECT_EQ(kPanel, events[2].from);
-    EXPECT_EQ(Strings{}, lines());
-}
-
-TEST_F(Ntfy, NeedUpdateAndFailedRegistrations)
-{
-    EXPECT_EQ(0u, intfVelmor_modSrv_needUpdate_ntfyBeaconReport(srv, 1, 2, 3));
-    EXPECT_EQ(1u, refhost_stats().needUpdates);
-
-    refhost_failNext(REFHOST_CALL_MOD_SRV_NTFY_NEED_UPDATE, 41);
-    EXPECT_EQ(41u, intfVelmor_modSrv_needUpdate_ntfyBeaconReport(srv, 1, 2, 3));
-    refhost_failNext(REFHOST_CALL_MOD_CLI_NTFY_USER_MTHD, 42);
-    EXPECT_EQ(42u, intfVelmor_modCliNtfyUser_recvMsg_beaconReport(
-                       client, refhost_token(fnp(onRequest<char *, int8_t, int8_t>)), kRefClient, 0,
-                       "bus", (void *)kPanel));
-    EXPECT_EQ(linesAt(3),
-              (Strings{"intfVelmor_modSrv_needUpdate_ntfyBeaconReport: user(" + at(srv) +
-                           "): ModSrv failed(41)\n",
-                       "intfVelmor_modCliNtfyUser_recvMsg_beaconReport: user(" + at(client) +
-                           ") bus name(bus) user name(" + at(kPanel) + "): ModCliNtfyUser\n"}));
-    EXPECT_EQ(1u, refhost_stats().needUpdates);
-
-    // The failed subscription delivers nothing.
-    intfVelmor_sendReq_ntfyBeaconReport(srv, 0, 0, "ab", 1, 2);
-    EXPECT_TRUE(g_handled.empty());
-    EXPECT_TRUE(events.empty());
-}
-
 // ---- body callbacks called directly --------------------------------------------------------
 
 TEST_F(Ntfy, BodyHeldElsewhereIsLeftAlone)

@@ -214,12 +214,6 @@ TEST_F(RefHost, ManagementNumbersRegistrationAndWithdrawal)
     EXPECT_EQ(ntfy.mngtNum, 2);
     EXPECT_EQ(refhost_mngtCount(), 2u);
 
-    EXPECT_NE(tolkIntf_regUser_msgMngt(client, 0, nullptr, 9, 0xFFFF, 0), 0u);
-    EXPECT_EQ(tolkIntf_regUser_msgMngt(client, 0, nullptr, 1, 0xFFFF, 0), 0u);
-    EXPECT_EQ(refhost_isUserRegistered(client, 1), 1);
-    EXPECT_EQ(tolkIntf_unregUser_msgMngt(client, 1, 0xFFFF, 0), 0u);
-    EXPECT_NE(tolkIntf_unregUser_msgMngt(client, 1, 0xFFFF, 0), 0u);  // not registered any more
-
     // Returned by its owner: no unregister callback; a second return fails.
     EXPECT_EQ(tolkCore_putBase_msgMngt(1, 0), 0u);
     EXPECT_NE(tolkCore_putBase_msgMngt(1, 0), 0u);
@@ -234,15 +228,6 @@ TEST_F(RefHost, ManagementNumbersRegistrationAndWithdrawal)
     EXPECT_NE(tolkCore_putBase_msgMngt(2, 0), 0u);
     EXPECT_NE(refhost_withdrawMngt(2), 0u);
     EXPECT_EQ(refhost_mngtCount(), 0u);
-}
-
-TEST_F(RefHost, LookupByRoleNameAndEntry)
-{
-    subscribe(client, 1, keepCtx, 0);
-    EXPECT_EQ(tolkIntf_findSrvMthdNtfyUser(0, 0, "Test", 0, 0), server);
-    EXPECT_EQ(tolkIntf_findSrvMthdNtfyUser(1, 0, "Test", 1, 0), client);
-    EXPECT_EQ(tolkIntf_findSrvMthdNtfyUser(0, 0, "Test", 1, 0), nullptr);
-    EXPECT_EQ(tolkIntf_findSrvMthdNtfyUser(0, 0, "Other", 0, 0), nullptr);
 }
 
 TEST_F(RefHost, DeferredResponseKeepsContextAndRequestBody)

@@ -55,22 +55,16 @@ void clearLogs()
     store().clear();
 }
 
-std::vector<std::string> lines()
-{
-    std::vector<std::string> out;
-    for (const LogLine &l : store())
-        out.push_back(l.fn + ": " + l.text);
-    return out;
-}
-
 std::vector<std::string> linesAt(int prio)
 {
     std::vector<std::string> out;
     for (const LogLine &l : store())
-        if (l.prio == prio)
+        if (prio < 0 || l.prio == prio)
             out.push_back(l.fn + ": " + l.text);
     return out;
 }
+
+std::vector<std::string> lines() { return linesAt(-1); }
 
 std::vector<uint8_t> hex(const std::string &text)
 {

@@ -22,7 +22,7 @@ const std::vector<LogLine> &logs();
 void clearLogs();
 // "fn: text" for every captured line, in order: compares without line numbers.
 std::vector<std::string> lines();
-// Lines at one priority.
+// Lines at one priority (all of them for a negative one).
 std::vector<std::string> linesAt(int prio);
 
 std::vector<uint8_t> hex(const std::string &text);
