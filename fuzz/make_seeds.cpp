@@ -46,7 +46,7 @@ struct Filler {
 
     uint32_t count(const iv::Field &f)
     {
-        uint32_t limit = f.countWidth == 1 ? 255u : 0xFFFFFFFFu;
+        uint32_t limit = f.countWidth() == 1 ? 255u : 0xFFFFFFFFu;
         if (variant == kFull)
             return f.cap < limit ? f.cap + 1u : f.cap;
         return 1 + next() % (f.cap < 3 ? f.cap : 3);
@@ -78,22 +78,22 @@ struct Filler {
                 break;
             }
             case iv::Form::Text: text((char *)m, f->cap); break;
-            case iv::Form::Record: fill(*f->sub, m); break;
+            case iv::Form::Record: fill(*f->sub(), m); break;
             case iv::Form::Table:
                 for (uint32_t i = 0; i < f->cap; ++i)
-                    fill(*f->sub, m + i * f->stride);
+                    fill(*f->sub(), m + i * f->stride());
                 break;
             case iv::Form::ArrayRec:
             case iv::Form::ArrayU32: {
                 uint32_t n = count(*f);
-                if (f->countWidth == 1)
-                    rec[f->countOffset] = (uint8_t)n;
+                if (f->countWidth() == 1)
+                    rec[f->countOffset()] = (uint8_t)n;
                 else
-                    memcpy(rec + f->countOffset, &n, 4);
+                    memcpy(rec + f->countOffset(), &n, 4);
                 n = n < f->cap ? n : f->cap;
                 for (uint32_t i = 0; i < n; ++i) {
                     if (f->form == iv::Form::ArrayRec) {
-                        fill(*f->sub, m + i * f->stride);
+                        fill(*f->sub(), m + i * f->stride());
                     } else {
                         uint32_t v = next();
                         memcpy(m + i * 4, &v, 4);

@@ -90,8 +90,8 @@ BodyHead *newBody(const MsgDesc &m, int32_t type, FnName fn, Args args)
         const Field &f = d->fields[i];
         uint8_t *dst = (uint8_t *)b + f.offset;
         if (f.form == Form::Record) {
-            if (copy(*f.sub, dst, args[i]))
-                IV_LOG(kErr, fn, "Copy %s failed\n", f.sub->name);
+            if (copy(*f.sub(), dst, args[i]))
+                IV_LOG(kErr, fn, "Copy %s failed\n", f.sub()->name);
         } else if (f.form == Form::Text) {
             if (args[i])
                 strncpy((char *)dst, (const char *)args[i], f.cap);

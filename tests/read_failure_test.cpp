@@ -15,8 +15,9 @@ unsigned depthOf(const iv::TypeDesc &d)
 {
     unsigned deepest = 0;
     for (uint16_t i = 0; i < d.count; ++i)
-        if (const iv::TypeDesc *sub = d.fields[i].sub) {
-            unsigned below = depthOf(*sub);
+        if (iv::Form f = d.fields[i].form;
+            f == iv::Form::Record || f == iv::Form::Table || f == iv::Form::ArrayRec) {
+            unsigned below = depthOf(*d.fields[i].sub());
             deepest = below > deepest ? below : deepest;
         }
     return 1 + deepest;

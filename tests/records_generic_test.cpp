@@ -34,22 +34,22 @@ void fillRandom(const iv::TypeDesc &d, uint8_t *rec, Rng &rng)
             m[n] = 0;
             break;
         }
-        case iv::Form::Record: fillRandom(*f.sub, m, rng); break;
+        case iv::Form::Record: fillRandom(*f.sub(), m, rng); break;
         case iv::Form::Table:
             for (uint32_t k = 0; k < f.cap; ++k)
-                fillRandom(*f.sub, m + k * f.stride, rng);
+                fillRandom(*f.sub(), m + k * f.stride(), rng);
             break;
         case iv::Form::ArrayRec:
         case iv::Form::ArrayU32: {
             // Counts up to a few past the bound: the count travels unchanged.
             uint32_t count = rng() % (f.cap + 4u);
-            if (f.countWidth == 1)
-                rec[f.countOffset] = (uint8_t)count;
+            if (f.countWidth() == 1)
+                rec[f.countOffset()] = (uint8_t)count;
             else
-                memcpy(rec + f.countOffset, &count, 4);
+                memcpy(rec + f.countOffset(), &count, 4);
             for (uint32_t k = 0; k < f.cap; ++k) {
                 if (f.form == iv::Form::ArrayRec) {
-                    fillRandom(*f.sub, m + k * f.stride, rng);
+                    fillRandom(*f.sub(), m + k * f.stride(), rng);
                 } else {
                     uint32_t v = rng();
                     memcpy(m + k * 4, &v, 4);
@@ -140,9 +140,9 @@ uint32_t be32(const uint8_t *p) { return (uint32_t)p[0] << 24 | p[1] << 16 | p[2
 
 uint32_t countOf(const iv::Field &f, const uint8_t *rec)
 {
-    uint32_t n = rec[f.countOffset];
-    if (f.countWidth == 4)
-        memcpy(&n, rec + f.countOffset, 4);
+    uint32_t n = rec[f.countOffset()];
+    if (f.countWidth() == 4)
+        memcpy(&n, rec + f.countOffset(), 4);
     return n < f.cap ? n : f.cap;
 }
 
@@ -162,7 +162,7 @@ struct Walk {
         for (++i; i < d.count; ++i) {
             const iv::Field &f = d.fields[i];
             if (f.form == iv::Form::ArrayRec || f.form == iv::Form::ArrayU32)
-                out.push_back(errorBeforeLine(fn, bytes + base, f.countTag));
+                out.push_back(errorBeforeLine(fn, bytes + base, f.countTag()));
             else if (f.form != iv::Form::Record && f.form != iv::Form::Table)
                 out.push_back(errorBeforeLine(fn, bytes + base, f.tag));
         }
@@ -198,18 +198,18 @@ struct Walk {
             const Step whole{(uint8_t)i, iv::ReadFailure::kWhole};
             const Step count{(uint8_t)i, iv::ReadFailure::kCount};
             switch (f.form) {
-            case iv::Form::Record: nested(whole, *f.sub, m, off, after); break;
+            case iv::Form::Record: nested(whole, *f.sub(), m, off, after); break;
             case iv::Form::Table:
                 for (uint32_t k = 0; k < f.cap; ++k)
-                    nested({(uint8_t)i, (uint16_t)k}, *f.sub, m + k * f.stride, off, after);
+                    nested({(uint8_t)i, (uint16_t)k}, *f.sub(), m + k * f.stride(), off, after);
                 break;
             case iv::Form::ArrayRec:
-                item(off, count, f.countTag, false, fn, base, after);
+                item(off, count, f.countTag(), false, fn, base, after);
                 for (uint32_t k = 0; k < countOf(f, rec); ++k)
-                    nested({(uint8_t)i, (uint16_t)k}, *f.sub, m + k * f.stride, off, after);
+                    nested({(uint8_t)i, (uint16_t)k}, *f.sub(), m + k * f.stride(), off, after);
                 break;
             case iv::Form::ArrayU32: {
-                item(off, count, f.countTag, false, fn, base, after);
+                item(off, count, f.countTag(), false, fn, base, after);
                 uint32_t n = countOf(f, rec);
                 for (uint32_t k = 0; k < n; ++k)
                     item(off, {(uint8_t)i, (uint16_t)k}, f.tag, false, fn, base,

@@ -52,7 +52,7 @@ void scalar(std::string &out, Form form, const uint8_t *m)
 
 uint32_t countOf(const Field &f, const uint8_t *rec)
 {
-    return f.countWidth == 1 ? rec[f.countOffset] : load<uint32_t>(rec + f.countOffset);
+    return f.countWidth() == 1 ? rec[f.countOffset()] : load<uint32_t>(rec + f.countOffset());
 }
 
 // Characters that travel: a text without its NUL is cut one short of its field.
@@ -77,7 +77,7 @@ uint32_t treeElements(std::string &out, const Field &f, const uint8_t *first, ui
                       uint32_t at, int indent)
 {
     for (uint32_t i = 0; i < n; ++i) {
-        const uint8_t *e = first + (size_t)i * f.stride;
+        const uint8_t *e = first + (size_t)i * f.stride();
         char index[16];
         snprintf(index, sizeof index, "[%" PRIu32 "]", i);
         if (f.form == Form::ArrayU32) {
@@ -87,10 +87,10 @@ uint32_t treeElements(std::string &out, const Field &f, const uint8_t *first, ui
             at += iv::kScalar32Size;
             continue;
         }
-        uint32_t len = iv::length(*f.sub, e);
+        uint32_t len = iv::length(*f.sub(), e);
         lead(out, indent, index, -1, at);
-        appendf(out, "%s (%" PRIu32 " bytes)\n", f.sub->name, len);
-        printTree(out, *f.sub, e, at, indent + 2);
+        appendf(out, "%s (%" PRIu32 " bytes)\n", f.sub()->name, len);
+        printTree(out, *f.sub(), e, at, indent + 2);
         at += len;
     }
     return at;
@@ -128,12 +128,12 @@ std::string formName(const Field &f)
     case Form::U32: return "u32";
     case Form::U64: return "u64";
     case Form::Text: snprintf(buf, sizeof buf, "char[%u]", (unsigned)f.cap); return buf;
-    case Form::Record: return f.sub->name;
-    case Form::Table: snprintf(buf, sizeof buf, "%s[%u]", f.sub->name, (unsigned)f.cap); return buf;
+    case Form::Record: return f.sub()->name;
+    case Form::Table: snprintf(buf, sizeof buf, "%s[%u]", f.sub()->name, (unsigned)f.cap); return buf;
     case Form::ArrayRec:
     case Form::ArrayU32:
-        snprintf(buf, sizeof buf, "%s[%u] counted by a %s", f.form == Form::ArrayU32 ? "u32" : f.sub->name,
-                 (unsigned)f.cap, f.countWidth == 1 ? "u8" : "u32");
+        snprintf(buf, sizeof buf, "%s[%u] counted by a %s", f.form == Form::ArrayU32 ? "u32" : f.sub()->name,
+                 (unsigned)f.cap, f.countWidth() == 1 ? "u8" : "u32");
         return buf;
     }
     return "?";
@@ -165,10 +165,10 @@ uint32_t printTree(std::string &out, const TypeDesc &d, const void *rec, uint32_
         const uint8_t *m = base + f->offset;
         switch (f->form) {
         case Form::Record: {
-            uint32_t len = iv::length(*f->sub, m);
+            uint32_t len = iv::length(*f->sub(), m);
             lead(out, indent, memberName(d, *f), f->tag, at);
-            appendf(out, "%s (%" PRIu32 " bytes)\n", f->sub->name, len);
-            printTree(out, *f->sub, m, at, indent + 2);
+            appendf(out, "%s (%" PRIu32 " bytes)\n", f->sub()->name, len);
+            printTree(out, *f->sub(), m, at, indent + 2);
             at += len;
             break;
         }
@@ -185,18 +185,18 @@ uint32_t printTree(std::string &out, const TypeDesc &d, const void *rec, uint32_
             uint32_t count = countOf(*f, base);
             uint32_t n = count < f->cap ? count : f->cap;
             std::string countName = std::string(memberName(d, *f)) + "Count";
-            lead(out, indent, countName.c_str(), f->countTag, at);
+            lead(out, indent, countName.c_str(), f->countTag(), at);
             appendf(out, "%" PRIu32 "\n", count);
             at += iv::kScalar32Size;
             lead(out, indent, memberName(d, *f), f->tag, at);
             appendf(out, "%s[%" PRIu32 " of %u]\n",
-                    f->form == Form::ArrayU32 ? "u32" : f->sub->name, n, (unsigned)f->cap);
+                    f->form == Form::ArrayU32 ? "u32" : f->sub()->name, n, (unsigned)f->cap);
             at = treeElements(out, *f, m, n, at, indent + 2);
             break;
         }
         case Form::Table:
             lead(out, indent, memberName(d, *f), f->tag, at);
-            appendf(out, "%s[%u]\n", f->sub->name, (unsigned)f->cap);
+            appendf(out, "%s[%u]\n", f->sub()->name, (unsigned)f->cap);
             at = treeElements(out, *f, m, f->cap, at, indent + 2);
             break;
         default:
@@ -222,7 +222,7 @@ void printJson(std::string &out, const TypeDesc &d, const void *rec)
         switch (f.form) {
         case Form::Record:
             jsonKey(out, memberName(d, f));
-            printJson(out, *f.sub, m);
+            printJson(out, *f.sub(), m);
             break;
         case Form::Text:
             jsonKey(out, memberName(d, f));
@@ -243,11 +243,11 @@ void printJson(std::string &out, const TypeDesc &d, const void *rec)
             for (uint32_t k = 0; k < n; ++k) {
                 if (k)
                     out += ',';
-                const uint8_t *e = m + (size_t)k * f.stride;
+                const uint8_t *e = m + (size_t)k * f.stride();
                 if (f.form == Form::ArrayU32)
                     scalar(out, Form::U32, e);
                 else
-                    printJson(out, *f.sub, e);
+                    printJson(out, *f.sub(), e);
             }
             out += ']';
             break;

@@ -319,7 +319,7 @@ void follow(const iv::ReadFailure &fail, const TypeDesc *d, const char *root, St
         stop.holder = k + 1 == fail.depth ? root : d->name;
         if (s.element == iv::ReadFailure::kCount) {
             stop.path = join(stop.path, name + "Count");
-            stop.form = f.countWidth == 1 ? "u8" : "u32";
+            stop.form = f.countWidth() == 1 ? "u8" : "u32";
             break;
         }
         if (s.element == iv::ReadFailure::kWhole) {
@@ -327,9 +327,9 @@ void follow(const iv::ReadFailure &fail, const TypeDesc *d, const char *root, St
             stop.form = ivtool::formName(f);
         } else {
             stop.path = join(stop.path, name + format("[%u]", (unsigned)s.element));
-            stop.form = f.form == Form::ArrayU32 ? "u32" : f.sub->name;
+            stop.form = f.form == Form::ArrayU32 ? "u32" : f.sub()->name;
         }
-        d = f.sub;
+        d = f.sub();
     }
     if (fail.pathCut)
         stop.path = "..." + stop.path;
@@ -871,7 +871,7 @@ void fillElement(const Field &f, uint8_t *e, const json &v, const std::string &p
     if (f.form == Form::ArrayU32)
         fillScalar(Form::U32, e, v, path);
     else
-        fillRecord(*f.sub, e, v, path);
+        fillRecord(*f.sub(), e, v, path);
 }
 
 // The shape printed by the decoder: members by name; a counted array as
@@ -900,7 +900,7 @@ void fillRecord(const TypeDesc &d, uint8_t *base, const json &j, const std::stri
         switch (f->form) {
         case Form::Record:
             if (v)
-                fillRecord(*f->sub, m, *v, here);
+                fillRecord(*f->sub(), m, *v, here);
             break;
         case Form::Text:
             if (v)
@@ -916,7 +916,7 @@ void fillRecord(const TypeDesc &d, uint8_t *base, const json &j, const std::stri
                 reject(here + format(": %zu elements, a table holds %u", v->size(),
                                      (unsigned)f->cap));
             for (size_t i = 0; i < v->size(); ++i)
-                fillRecord(*f->sub, m + i * f->stride, (*v)[i], here + format("[%zu]", i));
+                fillRecord(*f->sub(), m + i * f->stride(), (*v)[i], here + format("[%zu]", i));
             break;
         case Form::ArrayRec:
         case Form::ArrayU32: {
@@ -927,19 +927,19 @@ void fillRecord(const TypeDesc &d, uint8_t *base, const json &j, const std::stri
             size_t given = v ? v->size() : 0;
             uint32_t count;
             if (ci != j.end()) {
-                fillScalar(f->countWidth == 1 ? Form::U8 : Form::U32, base + f->countOffset, *ci,
+                fillScalar(f->countWidth() == 1 ? Form::U8 : Form::U32, base + f->countOffset(), *ci,
                            countName);
-                count = f->countWidth == 1 ? base[f->countOffset]
+                count = f->countWidth() == 1 ? base[f->countOffset()]
                                            : (uint32_t)ci->get<uint64_t>();
             } else {
                 if (given > f->cap)
                     reject(here + format(": %zu elements, at most %u travel", given,
                                          (unsigned)f->cap));
                 count = (uint32_t)given;
-                if (f->countWidth == 1)
-                    base[f->countOffset] = (uint8_t)count;
+                if (f->countWidth() == 1)
+                    base[f->countOffset()] = (uint8_t)count;
                 else
-                    memcpy(base + f->countOffset, &count, 4);
+                    memcpy(base + f->countOffset(), &count, 4);
             }
             uint32_t travel = count < f->cap ? count : f->cap;
             if (given != travel)
@@ -947,7 +947,7 @@ void fillRecord(const TypeDesc &d, uint8_t *base, const json &j, const std::stri
                                      (std::string(name) + "Count").c_str(), count, travel,
                                      given));
             for (size_t i = 0; i < given; ++i)
-                fillElement(*f, m + i * f->stride, (*v)[i], here + format("[%zu]", i));
+                fillElement(*f, m + i * f->stride(), (*v)[i], here + format("[%zu]", i));
             break;
         }
         default:
@@ -1131,18 +1131,18 @@ json fieldJson(const TypeDesc &d, const Field &f)
     json j = {{"name", name}, {"tag", f.tag}};
     switch (f.form) {
     case Form::Text: j["form"] = "text", j["capacity"] = f.cap; break;
-    case Form::Record: j["form"] = "record", j["type"] = f.sub->name; break;
+    case Form::Record: j["form"] = "record", j["type"] = f.sub()->name; break;
     case Form::Table:
-        j["form"] = "table", j["element"] = f.sub->name, j["size"] = f.cap;
+        j["form"] = "table", j["element"] = f.sub()->name, j["size"] = f.cap;
         break;
     case Form::ArrayRec:
     case Form::ArrayU32:
         j["form"] = "array";
-        j["element"] = f.form == Form::ArrayU32 ? "u32" : f.sub->name;
+        j["element"] = f.form == Form::ArrayU32 ? "u32" : f.sub()->name;
         j["max"] = f.cap;
         j["count"] = {{"name", std::string(name) + "Count"},
-                      {"tag", f.countTag},
-                      {"form", f.countWidth == 1 ? "u8" : "u32"}};
+                      {"tag", f.countTag()},
+                      {"form", f.countWidth() == 1 ? "u8" : "u32"}};
         break;
     default: j["form"] = ivtool::formName(f); break;
     }
@@ -1161,7 +1161,7 @@ bool fixedLength(const TypeDesc &d)
 {
     for (const Field *f = d.fields, *e = f + d.count; f != e; ++f)
         if (f->form == Form::Text || f->form == Form::ArrayRec || f->form == Form::ArrayU32 ||
-            ((f->form == Form::Record || f->form == Form::Table) && !fixedLength(*f->sub)))
+            ((f->form == Form::Record || f->form == Form::Table) && !fixedLength(*f->sub())))
             return false;
     return true;
 }

@@ -29,3 +29,9 @@
     }
 
 INTFVELMOR_RECORD_TYPES(IV_RECORD_OPS)
+
+namespace iv {
+#define IV_TYPE_ENTRY(T) &Desc<T>::d,
+const TypeDesc *const recordTypes[] = {INTFVELMOR_RECORD_TYPES(IV_TYPE_ENTRY)};
+#undef IV_TYPE_ENTRY
+}  // namespace iv

@@ -72,7 +72,13 @@ struct Described {
     Field field;
     Span first, second;  // second.size is 0 for a single member
     const char *name;    // goes to the names table only
+    // Arrays: their count member as declared, which the field derives.
+    unsigned countTag;
+    size_t countOffset, countWidth;
 };
+
+// Not constexpr: reaching it stops the compilation of a description.
+inline uint8_t countNotBesideItsArray() { return 0; }
 
 template <class M>
 constexpr Described member(size_t offset, unsigned tag, const char *name)
@@ -80,17 +86,13 @@ constexpr Described member(size_t offset, unsigned tag, const char *name)
     Span at = spanOf<M>(offset);
     if constexpr (std::is_array_v<M>) {
         static_assert(std::is_same_v<std::remove_extent_t<M>, char>, "a text is char[N]");
-        return {Field{Form::Text, narrow8(tag), 0, 0, narrow16(offset), 0,
-                      narrow16(std::extent_v<M>), 0, nullptr},
-                at, {}, name};
+        return {Field{Form::Text, narrow8(tag), 0, 0, narrow16(offset), narrow16(std::extent_v<M>)},
+                at, {}, name, 0, 0, 0};
     } else if constexpr (std::is_class_v<M>) {
-        return {Field{Form::Record, narrow8(tag), 0, 0, narrow16(offset), 0, 0, 0,
-                      &Desc<M>::d},
-                at, {}, name};
+        return {Field{Form::Record, narrow8(tag), RecordNumber<M>::value, 0, narrow16(offset), 0},
+                at, {}, name, 0, 0, 0};
     } else {
-        return {Field{scalarForm<M>(), narrow8(tag), 0, 0, narrow16(offset), 0, 0, 0,
-                      nullptr},
-                at, {}, name};
+        return {Field{scalarForm<M>(), narrow8(tag), 0, 0, narrow16(offset), 0}, at, {}, name, 0, 0, 0};
     }
 }
 
@@ -104,18 +106,31 @@ constexpr Described counted(size_t countOffset, unsigned countTag, size_t offset
     using E = std::remove_extent_t<A>;
     static_assert(std::is_class_v<E> || std::is_same_v<E, uint32_t>,
                   "array elements are records or u32");
-    Field f{Form::ArrayU32, narrow8(tag), narrow8(countTag), (uint8_t)sizeof(C),
-            narrow16(offset), narrow16(countOffset), narrow16(std::extent_v<A>),
-            narrow16(sizeof(E)), nullptr};
+    // Where the count lies is derived from a few bits: right after the
+    // array (aligned), or a few bytes before it.
+    unsigned layout = (sizeof(C) == 4 ? Field::kCountWide : 0u) |
+                      (countTag == tag + 1 ? Field::kCountTagAfter : 0u);
+    if (countOffset > offset) {
+        size_t end = offset + sizeof(A);
+        if (countOffset != (end + sizeof(C) - 1) / sizeof(C) * sizeof(C))
+            layout = countNotBesideItsArray();
+        layout |= Field::kCountAfter;
+    } else {
+        if (offset - countOffset > Field::kCountGap)
+            layout = countNotBesideItsArray();
+        layout |= (unsigned)(offset - countOffset);
+    }
+    Field f{Form::ArrayU32, narrow8(tag), 0, (uint8_t)layout, narrow16(offset),
+            narrow16(std::extent_v<A>)};
     if constexpr (std::is_class_v<E>) {
         f.form = Form::ArrayRec;
-        f.sub = &Desc<E>::d;
+        f.type = RecordNumber<E>::value;
     }
     Span count = spanOf<C>(countOffset), elements = spanOf<A>(offset);
     // The count may be declared before or after its array.
     if (countOffset < offset)
-        return {f, count, elements, name};
-    return {f, elements, count, name};
+        return {f, count, elements, name, countTag, countOffset, sizeof(C)};
+    return {f, elements, count, name, countTag, countOffset, sizeof(C)};
 }
 
 template <class A>
@@ -123,9 +138,9 @@ constexpr Described table(size_t offset, unsigned tag, const char *name)
 {
     using E = std::remove_extent_t<A>;
     static_assert(std::is_array_v<A> && std::is_class_v<E>, "a table is an array of records");
-    return {Field{Form::Table, narrow8(tag), 0, 0, narrow16(offset), 0, narrow16(std::extent_v<A>),
-                  narrow16(sizeof(E)), &Desc<E>::d},
-            spanOf<A>(offset), {}, name};
+    return {Field{Form::Table, narrow8(tag), RecordNumber<E>::value, 0, narrow16(offset),
+                  narrow16(std::extent_v<A>)},
+            spanOf<A>(offset), {}, name, 0, 0, 0};
 }
 
 // Tags run from 3 without a gap; a counted array covers two numbers.
@@ -137,8 +152,8 @@ constexpr bool tagsInOrder(const Described (&d)[N])
         const Field &f = m.field;
         bool counted = f.form == Form::ArrayRec || f.form == Form::ArrayU32;
         if (counted) {
-            unsigned lo = f.countTag < f.tag ? f.countTag : f.tag;
-            unsigned hi = f.countTag < f.tag ? f.tag : f.countTag;
+            unsigned lo = m.countTag < f.tag ? m.countTag : f.tag;
+            unsigned hi = m.countTag < f.tag ? f.tag : m.countTag;
             if (lo != next || hi != next + 1)
                 return false;
             next += 2;
@@ -341,21 +356,22 @@ struct Program {
     }
 };
 
-template <size_t K>
-constexpr Program<K> compile(const Field *f, size_t n)
+template <size_t K, size_t N>
+constexpr Program<K> compile(const Described (&d)[N])
 {
     Program<K> p{};
-    for (size_t i = 0; i < n; ++i) {
-        switch (f[i].form) {
-        case Form::Text: p.other(Op::Text, f[i].tag, i); break;
-        case Form::Record: p.other(Op::Record, f[i].tag, i); break;
-        case Form::Table: p.other(Op::Table, f[i].tag, i); break;
+    for (size_t i = 0; i < N; ++i) {
+        const Field &f = d[i].field;
+        switch (f.form) {
+        case Form::Text: p.other(Op::Text, f.tag, i); break;
+        case Form::Record: p.other(Op::Record, f.tag, i); break;
+        case Form::Table: p.other(Op::Table, f.tag, i); break;
         case Form::ArrayRec:
         case Form::ArrayU32:
-            p.scalar(f[i].countWidth == 1 ? Op::U8 : Op::U32, f[i].countTag, f[i].countOffset, i);
-            p.other(f[i].form == Form::ArrayRec ? Op::ElemsRec : Op::ElemsU32, f[i].tag, i);
+            p.scalar(d[i].countWidth == 1 ? Op::U8 : Op::U32, d[i].countTag, d[i].countOffset, i);
+            p.other(f.form == Form::ArrayRec ? Op::ElemsRec : Op::ElemsU32, f.tag, i);
             break;
-        default: p.scalar((Op)f[i].form, f[i].tag, f[i].offset, i); break;
+        default: p.scalar((Op)f.form, f.tag, f.offset, i); break;
         }
     }
     p.segments();
@@ -408,7 +424,7 @@ constexpr std::array<Step, K> stepsOf(const Program<N> &big)
         static constexpr auto list = ::iv::fieldsOf(all);                                  \
         static constexpr auto names = ::iv::namesOf<::iv::namesLength(all)>(all);          \
         static_assert(list.size() < 128, #T ": steps name their field in 8 bits");        \
-        static constexpr auto big = ::iv::compile<2 * list.size()>(list.data(), list.size()); \
+        static constexpr auto big = ::iv::compile<2 * list.size()>(all); \
         static constexpr auto steps = ::iv::stepsOf<big.count>(big);                       \
         static_assert(big.fixedWire < 0x10000, #T ": too many scalar members");            \
     };                                                                                     \

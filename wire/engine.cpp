@@ -24,7 +24,8 @@ void storeScalar(Form f, uint8_t *m, uint32_t v)
 
 uint32_t loadCount(const Field &f, const uint8_t *rec)
 {
-    return f.countWidth == 1 ? rec[f.countOffset] : *(const uint32_t *)(rec + f.countOffset);
+    const uint8_t *c = rec + f.countOffset();
+    return f.countWidth() == 1 ? *c : *(const uint32_t *)c;
 }
 
 uint32_t used(const Field &f, const uint8_t *rec)
@@ -340,13 +341,14 @@ void Program::copy(const TypeDesc &d, uint8_t *dst, const uint8_t *src)
             strncpy((char *)to, (const char *)from, f.cap);
             to[f.cap - 1] = 0;
             break;
-        case Op::Record: copy(*f.sub, to, from); break;
+        case Op::Record: copy(*f.sub(), to, from); break;
         case Op::ElemsU32: memcpy(to, from, (size_t)used(f, src) * 4); break;
         case Op::ElemsRec:
         case Op::Table: {
             uint32_t n = s->op == Op::Table ? f.cap : used(f, src);
+            const TypeDesc &elem = *f.sub();
             for (uint32_t i = 0; i < n; ++i)
-                copy(*f.sub, to + i * f.stride, from + i * f.stride);
+                copy(elem, to + i * elem.size, from + i * elem.size);
             break;
         }
         default:
@@ -365,12 +367,13 @@ uint32_t Program::length(const TypeDesc &d, const uint8_t *rec)
         const uint8_t *m = rec + f.offset;
         switch (s->op) {
         case Op::Text: len += textItemSize(textLen((const char *)m, f.cap)); break;
-        case Op::Record: len += size(*f.sub, m); break;
+        case Op::Record: len += size(*f.sub(), m); break;
         case Op::ElemsU32: len += kScalar32Size * used(f, rec); break;
         default: {  // ElemsRec, Table
             uint32_t n = s->op == Op::Table ? f.cap : used(f, rec);
+            const TypeDesc &elem = *f.sub();
             for (uint32_t i = 0; i < n; ++i)
-                len += size(*f.sub, m + i * f.stride);
+                len += size(elem, m + i * elem.size);
             break;
         }
         }
@@ -403,14 +406,15 @@ uint8_t *Program::write(const TypeDesc &d, const uint8_t *rec, uint8_t *p)
                 p += size;
                 break;
             }
-            case Op::Record: p = put(*f.sub, at, p); break;
+            case Op::Record: p = put(*f.sub(), at, p); break;
             case Op::ElemsU32:
                 p = putRun(p, at, Head32(f.tag, false), used(f, rec), Op::U32, 4);
                 break;
             default: {  // ElemsRec, Table
                 uint32_t n = s->op == Op::Table ? f.cap : used(f, rec);
+                const TypeDesc &elem = *f.sub();
                 for (uint32_t i = 0; i < n; ++i)
-                    p = put(*f.sub, at + i * f.stride, p);
+                    p = put(elem, at + i * elem.size, p);
                 break;
             }
             }
@@ -459,7 +463,7 @@ bool Program::read(const TypeDesc &d, uint8_t *rec, const uint8_t *&pos, const u
                 break;
             }
             case Op::Record:
-                if (!get(*f.sub, at, p, end))
+                if (!get(*f.sub(), at, p, end))
                     return false;
                 break;
             case Op::ElemsU32: {
@@ -472,8 +476,9 @@ bool Program::read(const TypeDesc &d, uint8_t *rec, const uint8_t *&pos, const u
             }
             default: {  // ElemsRec, Table
                 uint32_t n = s->op == Op::Table ? f.cap : used(f, rec);
+                const TypeDesc &elem = *f.sub();
                 for (uint32_t i = 0; i < n; ++i)
-                    if (!get(*f.sub, at + i * f.stride, p, end))
+                    if (!get(elem, at + i * elem.size, p, end))
                         return false;
                 break;
             }
@@ -524,18 +529,18 @@ uint32_t Engine::read(const TypeDesc &d, uint8_t *rec, const uint8_t *&pos, cons
                 return readText(who, q, end, f->tag, (char *)m, f->cap);
             });
             break;
-        case Form::Record: err = readNested(*f->sub, m, p, end, who.fail); break;
+        case Form::Record: err = readNested(*f->sub(), m, p, end, who.fail); break;
         case Form::Table:
             for (uint32_t i = 0; i < f->cap; ++i)
-                if ((err = readNested(*f->sub, m + i * f->stride, p, end, who.fail))) {
+                if ((err = readNested(*f->sub(), m + i * f->stride(), p, end, who.fail))) {
                     elem = i;
                     break;
                 }
             break;
         case Form::ArrayRec:
         case Form::ArrayU32:
-            if (!(err = scalar(f->countTag)))
-                storeScalar(f->countWidth == 1 ? Form::U8 : Form::U32, rec + f->countOffset, v);
+            if (!(err = scalar(f->countTag())))
+                storeScalar(f->countWidth() == 1 ? Form::U8 : Form::U32, rec + f->countOffset(), v);
             else
                 elem = ReadFailure::kCount;
             // The bound re-reads the stored count: the record's own count when
@@ -544,7 +549,7 @@ uint32_t Engine::read(const TypeDesc &d, uint8_t *rec, const uint8_t *&pos, cons
                 if (f->form == Form::ArrayRec) {
                     if (err)
                         break;
-                    if ((err = readNested(*f->sub, m + i * f->stride, p, end, who.fail)))
+                    if ((err = readNested(*f->sub(), m + i * f->stride(), p, end, who.fail)))
                         elem = i;
                 } else if (err) {
                     errorBefore(who, f->tag);
@@ -578,9 +583,9 @@ void Engine::errorsBefore(const Reporter &who, const uint8_t *rec, const Field *
         switch (f->form) {
         case Form::Record:
         case Form::Table: break;
-        case Form::ArrayRec: errorBefore(who, f->countTag); break;
+        case Form::ArrayRec: errorBefore(who, f->countTag()); break;
         case Form::ArrayU32:
-            errorBefore(who, f->countTag);
+            errorBefore(who, f->countTag());
             for (uint32_t i = 0; i < used(*f, rec); ++i)
                 errorBefore(who, f->tag);
             break;

@@ -20,18 +20,42 @@ enum class Form : uint8_t {
 
 struct TypeDesc;
 
+// Every record type's description, by its number (records.h order); a
+// nested record names its type by number, so fields carry no pointer and
+// need no relocation.
+extern const TypeDesc *const recordTypes[];
+
+// The number of record type T, given where the record types are listed.
+template <class T>
+struct RecordNumber;
+
 // One member, or for an array its count and elements together: the count
-// item always travels first, whatever the declaration order.
+// item always travels first, whatever the declaration order. Eight bytes:
+// what can be derived (element size, where the count lies) is derived.
 struct Field {
     Form form;
-    uint8_t tag;         // member number; for arrays the array's own number
-    uint8_t countTag;    // arrays: number of the count member
-    uint8_t countWidth;  // arrays: 1 or 4 bytes
+    uint8_t tag;    // member number; for arrays the array's own number
+    uint8_t type;   // nested, table and array element records: the record's number
+    uint8_t count;  // arrays: how the count member lies, kCount* below
     uint16_t offset;
-    uint16_t countOffset;
-    uint16_t cap;        // text: N; arrays and tables: element bound
-    uint16_t stride;     // arrays and tables: element size
-    const TypeDesc *sub; // nested, array and table element type
+    uint16_t cap;   // text: N; arrays and tables: element bound
+
+    static constexpr uint8_t kCountWide = 0x80;      // a u32 count (else u8)
+    static constexpr uint8_t kCountTagAfter = 0x40;  // its number is tag + 1 (else tag - 1)
+    static constexpr uint8_t kCountAfter = 0x20;     // declared after the array
+    static constexpr uint8_t kCountGap = 0x1F;       // else: bytes from it to the array
+
+    const TypeDesc *sub() const { return recordTypes[type]; }
+    inline uint32_t stride() const;  // element size
+    uint32_t countWidth() const { return count & kCountWide ? 4 : 1; }
+    uint32_t countTag() const { return count & kCountTagAfter ? tag + 1u : tag - 1u; }
+    uint32_t countOffset() const
+    {
+        if (!(count & kCountAfter))
+            return offset - (count & kCountGap);
+        uint32_t end = offset + cap * stride(), w = countWidth();
+        return (end + w - 1) / w * w;
+    }
 };
 
 // One step of a type's program, compiled from its fields when the library
@@ -69,6 +93,10 @@ struct TypeDesc {
     uint16_t fixedWire; // wire bytes of the scalar runs
     const Step *steps;
 };
+
+static_assert(sizeof(Field) == 8, "a field stays eight bytes");
+
+inline uint32_t Field::stride() const { return form == Form::ArrayU32 ? 4 : sub()->size; }
 
 // The description of record type T, defined once in types/.
 template <class T>
