@@ -56,7 +56,7 @@ struct Filler {
     {
         if (variant == kEmpty)
             return;
-        for (const iv::Field *f = d.fields; f != d.fields + d.count; ++f) {
+        for (const iv::Field *f = d.fields(); f != d.fields() + d.count; ++f) {
             uint8_t *m = rec + f->offset;
             switch (f->form) {
             case iv::Form::U8:

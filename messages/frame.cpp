@@ -87,11 +87,11 @@ BodyHead *newBody(const MsgDesc &m, int32_t type, FnName fn, Args args)
     b->magic = m.magic;
     const TypeDesc *d = m.members[type];
     for (uint16_t i = 0; d && i < d->count; ++i) {
-        const Field &f = d->fields[i];
+        const Field &f = d->fields()[i];
         uint8_t *dst = (uint8_t *)b + f.offset;
         if (f.form == Form::Record) {
             if (copy(*f.sub(), dst, args[i]))
-                IV_LOG(kErr, fn, "Copy %s failed\n", f.sub()->name);
+                IV_LOG(kErr, fn, "Copy %s failed\n", f.sub()->name());
         } else if (f.form == Form::Text) {
             if (args[i])
                 strncpy((char *)dst, (const char *)args[i], f.cap);

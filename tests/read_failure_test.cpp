@@ -15,9 +15,9 @@ unsigned depthOf(const iv::TypeDesc &d)
 {
     unsigned deepest = 0;
     for (uint16_t i = 0; i < d.count; ++i)
-        if (iv::Form f = d.fields[i].form;
+        if (iv::Form f = d.fields()[i].form;
             f == iv::Form::Record || f == iv::Form::Table || f == iv::Form::ArrayRec) {
-            unsigned below = depthOf(*d.fields[i].sub());
+            unsigned below = depthOf(*d.fields()[i].sub());
             deepest = below > deepest ? below : deepest;
         }
     return 1 + deepest;
@@ -33,7 +33,7 @@ TEST(ReadFailure, EveryDescriptionNestsWithinThePath)
         for (uint32_t i = 0; i < n; ++i)
             for (const iv::TypeDesc *d : all[i]->members) {
                 if (d) {
-                    EXPECT_LE(depthOf(*d), ReadFailure::kMaxDepth) << d->name;
+                    EXPECT_LE(depthOf(*d), ReadFailure::kMaxDepth) << d->name();
                 }
             }
     };

@@ -22,7 +22,7 @@ using Rng = std::mt19937;
 void fillRandom(const iv::TypeDesc &d, uint8_t *rec, Rng &rng)
 {
     for (uint16_t i = 0; i < d.count; ++i) {
-        const iv::Field &f = d.fields[i];
+        const iv::Field &f = d.fields()[i];
         uint8_t *m = rec + f.offset;
         switch (f.form) {
         case iv::Form::Text: {
@@ -160,7 +160,7 @@ struct Walk {
     {
         Lines out;
         for (++i; i < d.count; ++i) {
-            const iv::Field &f = d.fields[i];
+            const iv::Field &f = d.fields()[i];
             if (f.form == iv::Form::ArrayRec || f.form == iv::Form::ArrayU32)
                 out.push_back(errorBeforeLine(fn, bytes + base, f.countTag()));
             else if (f.form != iv::Form::Record && f.form != iv::Form::Table)
@@ -189,10 +189,10 @@ struct Walk {
 
     void record(const iv::TypeDesc &d, const uint8_t *rec, size_t &off, const Lines &above)
     {
-        std::string fn = unserializeFn(d.name);
+        std::string fn = unserializeFn(d.name());
         size_t base = off;
         for (uint16_t i = 0; i < d.count; ++i) {
-            const iv::Field &f = d.fields[i];
+            const iv::Field &f = d.fields()[i];
             const uint8_t *m = rec + f.offset;
             Lines after = laterChain(d, i, fn, base) + above;
             const Step whole{(uint8_t)i, iv::ReadFailure::kWhole};

@@ -89,7 +89,7 @@ uint32_t treeElements(std::string &out, const Field &f, const uint8_t *first, ui
         }
         uint32_t len = iv::length(*f.sub(), e);
         lead(out, indent, index, -1, at);
-        appendf(out, "%s (%" PRIu32 " bytes)\n", f.sub()->name, len);
+        appendf(out, "%s (%" PRIu32 " bytes)\n", f.sub()->name(), len);
         printTree(out, *f.sub(), e, at, indent + 2);
         at += len;
     }
@@ -105,7 +105,7 @@ void jsonKey(std::string &out, const char *name, const char *suffix = "")
 
 const char *memberName(const TypeDesc &d, const Field &f)
 {
-    const char *name = iv::memberName(d, (size_t)(&f - d.fields));
+    const char *name = iv::memberName(d, (size_t)(&f - d.fields()));
     return name ? name : "?";
 }
 
@@ -128,11 +128,11 @@ std::string formName(const Field &f)
     case Form::U32: return "u32";
     case Form::U64: return "u64";
     case Form::Text: snprintf(buf, sizeof buf, "char[%u]", (unsigned)f.cap); return buf;
-    case Form::Record: return f.sub()->name;
-    case Form::Table: snprintf(buf, sizeof buf, "%s[%u]", f.sub()->name, (unsigned)f.cap); return buf;
+    case Form::Record: return f.sub()->name();
+    case Form::Table: snprintf(buf, sizeof buf, "%s[%u]", f.sub()->name(), (unsigned)f.cap); return buf;
     case Form::ArrayRec:
     case Form::ArrayU32:
-        snprintf(buf, sizeof buf, "%s[%u] counted by a %s", f.form == Form::ArrayU32 ? "u32" : f.sub()->name,
+        snprintf(buf, sizeof buf, "%s[%u] counted by a %s", f.form == Form::ArrayU32 ? "u32" : f.sub()->name(),
                  (unsigned)f.cap, f.countWidth() == 1 ? "u8" : "u32");
         return buf;
     }
@@ -161,13 +161,13 @@ void quote(std::string &out, const char *s, size_t n, bool json)
 uint32_t printTree(std::string &out, const TypeDesc &d, const void *rec, uint32_t at, int indent)
 {
     const uint8_t *base = (const uint8_t *)rec;
-    for (const Field *f = d.fields, *end = f + d.count; f != end; ++f) {
+    for (const Field *f = d.fields(), *end = f + d.count; f != end; ++f) {
         const uint8_t *m = base + f->offset;
         switch (f->form) {
         case Form::Record: {
             uint32_t len = iv::length(*f->sub(), m);
             lead(out, indent, memberName(d, *f), f->tag, at);
-            appendf(out, "%s (%" PRIu32 " bytes)\n", f->sub()->name, len);
+            appendf(out, "%s (%" PRIu32 " bytes)\n", f->sub()->name(), len);
             printTree(out, *f->sub(), m, at, indent + 2);
             at += len;
             break;
@@ -190,13 +190,13 @@ uint32_t printTree(std::string &out, const TypeDesc &d, const void *rec, uint32_
             at += iv::kScalar32Size;
             lead(out, indent, memberName(d, *f), f->tag, at);
             appendf(out, "%s[%" PRIu32 " of %u]\n",
-                    f->form == Form::ArrayU32 ? "u32" : f->sub()->name, n, (unsigned)f->cap);
+                    f->form == Form::ArrayU32 ? "u32" : f->sub()->name(), n, (unsigned)f->cap);
             at = treeElements(out, *f, m, n, at, indent + 2);
             break;
         }
         case Form::Table:
             lead(out, indent, memberName(d, *f), f->tag, at);
-            appendf(out, "%s[%u]\n", f->sub()->name, (unsigned)f->cap);
+            appendf(out, "%s[%u]\n", f->sub()->name(), (unsigned)f->cap);
             at = treeElements(out, *f, m, f->cap, at, indent + 2);
             break;
         default:
@@ -215,7 +215,7 @@ void printJson(std::string &out, const TypeDesc &d, const void *rec)
     const uint8_t *base = (const uint8_t *)rec;
     out += '{';
     for (uint16_t i = 0; i < d.count; ++i) {
-        const Field &f = d.fields[i];
+        const Field &f = d.fields()[i];
         const uint8_t *m = base + f.offset;
         if (i)
             out += ',';

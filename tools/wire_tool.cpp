@@ -314,9 +314,9 @@ void follow(const iv::ReadFailure &fail, const TypeDesc *d, const char *root, St
         const iv::ReadFailure::Step &s = fail.path[k];
         if (s.field >= d->count)
             break;
-        const Field &f = d->fields[s.field];
+        const Field &f = d->fields()[s.field];
         std::string name = ivtool::memberName(*d, f);
-        stop.holder = k + 1 == fail.depth ? root : d->name;
+        stop.holder = k + 1 == fail.depth ? root : d->name();
         if (s.element == iv::ReadFailure::kCount) {
             stop.path = join(stop.path, name + "Count");
             stop.form = f.countWidth() == 1 ? "u8" : "u32";
@@ -327,7 +327,7 @@ void follow(const iv::ReadFailure &fail, const TypeDesc *d, const char *root, St
             stop.form = ivtool::formName(f);
         } else {
             stop.path = join(stop.path, name + format("[%u]", (unsigned)s.element));
-            stop.form = f.form == Form::ArrayU32 ? "u32" : f.sub()->name;
+            stop.form = f.form == Form::ArrayU32 ? "u32" : f.sub()->name();
         }
         d = f.sub();
     }
@@ -357,7 +357,7 @@ Stop stopOf(uint32_t rc, const iv::ReadFailure &fail, const TypeDesc *members,
                                msg->m->name, (unsigned)msg->m->stamp);
         return stop;
     }
-    follow(fail, members, msg ? "the body" : members->name, stop);
+    follow(fail, members, msg ? "the body" : members->name(), stop);
     return stop;
 }
 
@@ -854,7 +854,7 @@ void fillText(const Field &f, uint8_t *m, const json &v, const std::string &path
 std::string memberList(const TypeDesc &d)
 {
     std::string s;
-    for (const Field *f = d.fields, *e = f + d.count; f != e; ++f) {
+    for (const Field *f = d.fields(), *e = f + d.count; f != e; ++f) {
         if (!s.empty())
             s += ", ";
         if (f->form == Form::ArrayRec || f->form == Form::ArrayU32)
@@ -880,18 +880,18 @@ void fillElement(const Field &f, uint8_t *e, const json &v, const std::string &p
 void fillRecord(const TypeDesc &d, uint8_t *base, const json &j, const std::string &path)
 {
     if (!j.is_object())
-        reject(path + ": expected an object (" + d.name + "), got " + kindOf(j));
+        reject(path + ": expected an object (" + d.name() + "), got " + kindOf(j));
     for (auto it = j.begin(); it != j.end(); ++it) {
         bool known = false;
-        for (const Field *f = d.fields, *e = f + d.count; f != e && !known; ++f)
+        for (const Field *f = d.fields(), *e = f + d.count; f != e && !known; ++f)
             known = it.key() == ivtool::memberName(d, *f) ||
                     ((f->form == Form::ArrayRec || f->form == Form::ArrayU32) &&
                      it.key() == std::string(ivtool::memberName(d, *f)) + "Count");
         if (!known)
-            reject(join(path, it.key()) + ": " + d.name + " has no such member (its members: " +
+            reject(join(path, it.key()) + ": " + d.name() + " has no such member (its members: " +
                    memberList(d) + ")");
     }
-    for (const Field *f = d.fields, *e = f + d.count; f != e; ++f) {
+    for (const Field *f = d.fields(), *e = f + d.count; f != e; ++f) {
         uint8_t *m = base + f->offset;
         const char *name = ivtool::memberName(d, *f);
         std::string here = join(path, name);
@@ -1131,14 +1131,14 @@ json fieldJson(const TypeDesc &d, const Field &f)
     json j = {{"name", name}, {"tag", f.tag}};
     switch (f.form) {
     case Form::Text: j["form"] = "text", j["capacity"] = f.cap; break;
-    case Form::Record: j["form"] = "record", j["type"] = f.sub()->name; break;
+    case Form::Record: j["form"] = "record", j["type"] = f.sub()->name(); break;
     case Form::Table:
-        j["form"] = "table", j["element"] = f.sub()->name, j["size"] = f.cap;
+        j["form"] = "table", j["element"] = f.sub()->name(), j["size"] = f.cap;
         break;
     case Form::ArrayRec:
     case Form::ArrayU32:
         j["form"] = "array";
-        j["element"] = f.form == Form::ArrayU32 ? "u32" : f.sub()->name;
+        j["element"] = f.form == Form::ArrayU32 ? "u32" : f.sub()->name();
         j["max"] = f.cap;
         j["count"] = {{"name", std::string(name) + "Count"},
                       {"tag", f.countTag()},
@@ -1153,13 +1153,13 @@ json membersJson(const TypeDesc *d)
 {
     json a = json::array();
     for (uint16_t i = 0; d && i < d->count; ++i)
-        a.push_back(fieldJson(*d, d->fields[i]));
+        a.push_back(fieldJson(*d, d->fields()[i]));
     return a;
 }
 
 bool fixedLength(const TypeDesc &d)
 {
-    for (const Field *f = d.fields, *e = f + d.count; f != e; ++f)
+    for (const Field *f = d.fields(), *e = f + d.count; f != e; ++f)
         if (f->form == Form::Text || f->form == Form::ArrayRec || f->form == Form::ArrayU32 ||
             ((f->form == Form::Record || f->form == Form::Table) && !fixedLength(*f->sub())))
             return false;
@@ -1172,8 +1172,8 @@ std::string membersText(const TypeDesc *d)
         return "none";
     std::string s;
     for (uint16_t i = 0; i < d->count; ++i)
-        s += format("%s%s %s", i ? ", " : "", ivtool::memberName(*d, d->fields[i]),
-                    ivtool::formName(d->fields[i]).c_str());
+        s += format("%s%s %s", i ? ", " : "", ivtool::memberName(*d, d->fields()[i]),
+                    ivtool::formName(d->fields()[i]).c_str());
     return s;
 }
 

@@ -388,6 +388,24 @@ constexpr std::array<Step, K> stepsOf(const Program<N> &big)
     return steps;
 }
 
+template <size_t L>
+constexpr std::array<char, L> textOf(const char (&s)[L])
+{
+    std::array<char, L> text{};
+    for (size_t i = 0; i < L; ++i)
+        text[i] = s[i];
+    return text;
+}
+
+// What TypeDesc points to: its fields, steps and name, in this order and
+// without a gap (TypeDesc finds each from the counts).
+template <size_t F, size_t S, size_t L>
+struct TypeTables {
+    std::array<Field, F> fields;
+    std::array<Step, S> steps;
+    std::array<char, L> name;
+};
+
 }  // namespace iv
 
 #define IV_MEMBER(m, tag) ::iv::member<decltype(Self::m)>(offsetof(Self, m), tag, #m)
@@ -425,18 +443,21 @@ constexpr std::array<Step, K> stepsOf(const Program<N> &big)
         static constexpr auto names = ::iv::namesOf<::iv::namesLength(all)>(all);          \
         static_assert(list.size() < 128, #T ": steps name their field in 8 bits");        \
         static constexpr auto big = ::iv::compile<2 * list.size()>(all); \
-        static constexpr auto steps = ::iv::stepsOf<big.count>(big);                       \
         static_assert(big.fixedWire < 0x10000, #T ": too many scalar members");            \
+        using Tables = ::iv::TypeTables<list.size(), big.count, sizeof #T>;                \
+        static constexpr Tables tables = {list, ::iv::stepsOf<big.count>(big),             \
+                                          ::iv::textOf(#T)};                               \
+        static_assert(offsetof(Tables, steps) == sizeof list &&                            \
+                          offsetof(Tables, name) == sizeof list + sizeof tables.steps,     \
+                      #T ": the tables lie side by side");                                 \
     };                                                                                     \
     }                                                                                      \
     namespace iv {                                                                         \
     template <>                                                                            \
-    const TypeDesc Desc<T>::d = {#T, ivFields_##T::list.data(),                            \
-                                 (uint16_t)ivFields_##T::list.size(), (uint16_t)sizeof(T),  \
-                                 (uint8_t)ivFields_##T::big.count,                         \
+    const TypeDesc Desc<T>::d = {&ivFields_##T::tables, (uint16_t)ivFields_##T::list.size(), \
+                                 (uint16_t)sizeof(T), (uint8_t)ivFields_##T::big.count,    \
                                  (uint8_t)ivFields_##T::big.firstVar,                      \
-                                 (uint16_t)ivFields_##T::big.fixedWire,                    \
-                                 ivFields_##T::steps.data()};                              \
+                                 (uint16_t)ivFields_##T::big.fixedWire};                   \
     template <>                                                                            \
     const char *const MemberNames<T>::text = ivFields_##T::names.data();                   \
     }

@@ -42,7 +42,7 @@ constexpr uint32_t scalarSize(Op op)
     return op <= Op::I8 ? 1 : op <= Op::I16 ? 2 : op == Op::U32 ? 4 : 8;
 }
 
-FnName unserializeName(const TypeDesc &d) { return {"intfVelmor_%s_unserialize", d.name}; }
+FnName unserializeName(const TypeDesc &d) { return {"intfVelmor_%s_unserialize", d.name()}; }
 
 // Bytes left before end; end null means the item lengths are trusted.
 inline bool short_of(const uint8_t *p, const uint8_t *end, uint32_t n)
@@ -299,14 +299,14 @@ struct Program {
     // so they keep everything in registers.
     static uint8_t *writeFlat(const TypeDesc &d, const uint8_t *rec, uint8_t *p)
     {
-        for (const Step *s = d.steps, *e = s + d.nsteps; s != e; ++s)
+        for (const Step *s = d.steps(), *e = s + d.nsteps; s != e; ++s)
             p = putScalars(s, rec, p);
         return p;
     }
     static bool readFlat(const TypeDesc &d, uint8_t *rec, const uint8_t *&pos, const uint8_t *end)
     {
         const uint8_t *p = pos;
-        for (const Step *s = d.steps, *e = s + d.nsteps; s != e; ++s)
+        for (const Step *s = d.steps(), *e = s + d.nsteps; s != e; ++s)
             if (!getScalars(s, rec, p, end))
                 return false;
         pos = p;
@@ -332,8 +332,8 @@ struct Program {
 
 void Program::copy(const TypeDesc &d, uint8_t *dst, const uint8_t *src)
 {
-    for (const Step *s = d.steps, *e = s + d.nsteps; s != e; ++s) {
-        const Field &f = d.fields[s->field];
+    for (const Step *s = d.steps(), *e = s + d.nsteps; s != e; ++s) {
+        const Field &f = d.fields()[s->field];
         uint8_t *to = dst + f.offset;
         const uint8_t *from = src + f.offset;
         switch (s->op) {
@@ -361,9 +361,9 @@ void Program::copy(const TypeDesc &d, uint8_t *dst, const uint8_t *src)
 uint32_t Program::length(const TypeDesc &d, const uint8_t *rec)
 {
     uint32_t len = d.fixedWire;
-    for (const Step *s = d.steps + d.firstVar, *e = d.steps + d.nsteps; s != e;
-         s = d.steps + s->offset) {
-        const Field &f = d.fields[s->field];
+    for (const Step *s = d.steps() + d.firstVar, *e = d.steps() + d.nsteps; s != e;
+         s = d.steps() + s->offset) {
+        const Field &f = d.fields()[s->field];
         const uint8_t *m = rec + f.offset;
         switch (s->op) {
         case Op::Text: len += textItemSize(textLen((const char *)m, f.cap)); break;
@@ -383,7 +383,7 @@ uint32_t Program::length(const TypeDesc &d, const uint8_t *rec)
 
 uint8_t *Program::write(const TypeDesc &d, const uint8_t *rec, uint8_t *p)
 {
-    for (const Step *s = d.steps, *e = s + d.nsteps; s != e; ++s) {
+    for (const Step *s = d.steps(), *e = s + d.nsteps; s != e; ++s) {
         switch (s->op) {
         case Op::U8:
         case Op::I8:
@@ -392,7 +392,7 @@ uint8_t *Program::write(const TypeDesc &d, const uint8_t *rec, uint8_t *p)
         case Op::U32:
         case Op::U64: p = putScalars(s, rec, p); break;
         default: {
-            const Field &f = d.fields[s->field];
+            const Field &f = d.fields()[s->field];
             const uint8_t *at = rec + f.offset;
             switch (s->op) {
             case Op::Text: {
@@ -433,7 +433,7 @@ uint8_t *Program::write(const TypeDesc &d, const uint8_t *rec, uint8_t *p)
 bool Program::read(const TypeDesc &d, uint8_t *rec, const uint8_t *&pos, const uint8_t *end)
 {
     const uint8_t *p = pos;
-    for (const Step *s = d.steps, *e = s + d.nsteps; s != e; ++s) {
+    for (const Step *s = d.steps(), *e = s + d.nsteps; s != e; ++s) {
         switch (s->op) {
         case Op::U8:
         case Op::I8:
@@ -445,7 +445,7 @@ bool Program::read(const TypeDesc &d, uint8_t *rec, const uint8_t *&pos, const u
                 return false;
             break;
         default: {
-            const Field &f = d.fields[s->field];
+            const Field &f = d.fields()[s->field];
             uint8_t *at = rec + f.offset;
             switch (s->op) {
             case Op::Text: {
@@ -503,7 +503,7 @@ uint32_t Engine::read(const TypeDesc &d, uint8_t *rec, const uint8_t *&pos, cons
 {
     const uint8_t *p = pos;
     uint32_t err = 0;
-    const Field *f = d.fields, *e = f + d.count;
+    const Field *f = d.fields(), *e = f + d.count;
     for (; f != e; ++f) {
         uint8_t *m = rec + f->offset;
         uint32_t v = 0;
@@ -566,7 +566,7 @@ uint32_t Engine::read(const TypeDesc &d, uint8_t *rec, const uint8_t *&pos, cons
             break;
         }
         if (err) {
-            who.fail->step((size_t)(f - d.fields), elem);
+            who.fail->step((size_t)(f - d.fields()), elem);
             break;
         }
     }

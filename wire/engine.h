@@ -82,16 +82,24 @@ struct Step {
     uint16_t need;
 };
 
+static_assert(sizeof(Step) == 8 && alignof(Step) == alignof(Field), "steps follow fields");
+
+// A type's fields, steps and name lie one after the other in one constant
+// table (TypeTables in wire/describe.h), which the description points to
+// once: one relocation a type.
 struct TypeDesc {
-    const char *name;  // the type's own name, as in log lines
-    const Field *fields;
-    uint16_t count;
+    const void *tables;
+    uint16_t count;     // fields
     uint16_t size;      // sizeof the struct
     uint8_t nsteps;
     uint8_t firstVar;   // first step that is not a scalar run (or nsteps): the
                         // steps whose wire length depends on the contents
     uint16_t fixedWire; // wire bytes of the scalar runs
-    const Step *steps;
+
+    const Field *fields() const { return (const Field *)tables; }
+    const Step *steps() const { return (const Step *)(fields() + count); }
+    // The type's own name, as in log lines.
+    const char *name() const { return (const char *)(steps() + nsteps); }
 };
 
 static_assert(sizeof(Field) == 8, "a field stays eight bytes");
