@@ -54,7 +54,7 @@ struct Field {
         if (!(count & kCountAfter))
             return offset - (count & kCountGap);
         uint32_t end = offset + cap * stride(), w = countWidth();
-        return (end + w - 1) / w * w;
+        return (end + w - 1) & ~(w - 1);  // w is 1 or 4: no division call on small cores
     }
 };
 
