@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "fuzz_kit.h"
+#include "types/names.h"
 
 using namespace ivfuzz;
 
@@ -56,7 +57,7 @@ struct Filler {
     {
         if (variant == kEmpty)
             return;
-        for (const iv::Field *f = d.fields(); f != d.fields() + d.count; ++f) {
+        for (const iv::Field *f = iv::fieldsOf(d), *e = f + d.count; f != e; ++f) {
             uint8_t *m = rec + f->offset;
             switch (f->form) {
             case iv::Form::U8:

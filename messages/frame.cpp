@@ -18,7 +18,7 @@ constexpr uint32_t kNone = 0xFFFF;
 constexpr uint32_t kDeadMagic = 0xDEADBEEF;
 constexpr uint32_t kFrameSize = 2 * kScalar32Size;
 
-enum Op { kFree, kSerialize, kUnserialize, kLog };
+enum Callback { kFree, kSerialize, kUnserialize, kLog };
 
 // Body callbacks name the request and response paths apart in their lines:
 // msgCmdReq, msgCmdRes, msgNtfyReq; an unknown type keeps the plain name.
@@ -30,13 +30,13 @@ const char *const kCbNames[4][5] = {IV_CB_NAMES("freeBody"), IV_CB_NAMES("serial
                                     IV_CB_NAMES("unserializeBody"), IV_CB_NAMES("logBody")};
 #undef IV_CB_NAMES
 
-FnName cbName(const MsgDesc &m, Op op, int32_t type)
+FnName cbName(const MsgDesc &m, Callback cb, int32_t type)
 {
     int col = m.ntfy ? (type == kReq ? 3 : 4) : (type == kReq ? 0 : type == kRes ? 1 : 2);
-    return {kCbNames[op][col], m.name};
+    return {kCbNames[cb][col], m.name};
 }
 
-FnName plainName(const MsgDesc &m, Op op) { return {kCbNames[op][m.ntfy ? 4 : 2], m.name}; }
+FnName plainName(const MsgDesc &m, Callback cb) { return {kCbNames[cb][m.ntfy ? 4 : 2], m.name}; }
 
 bool knownType(int32_t type) { return type == kReq || type == kRes; }
 
@@ -62,18 +62,6 @@ void checkMagic(const MsgDesc &m, FnName fn, int line, const BodyHead *b)
 
 void logNull(FnName fn, int line) { log(kErr, fn, line, "Ctx[NULL] text[%s]\n", ""); }
 
-uint32_t scalarWidth(Form f)
-{
-    switch (f) {
-    case Form::U8:
-    case Form::I8: return 1;
-    case Form::U16:
-    case Form::I16: return 2;
-    case Form::U64: return 8;
-    default: return 4;
-    }
-}
-
 // A new zero-filled body holding the caller's members: records by their
 // copy, texts cut to the field, scalars as given. A failing record copy is
 // logged and the body goes out all the same.
@@ -85,19 +73,22 @@ BodyHead *newBody(const MsgDesc &m, int32_t type, FnName fn, Args args)
         return nullptr;
     }
     b->magic = m.magic;
+    // A body's members are scalars, texts and records: one argument each.
     const TypeDesc *d = m.members[type];
-    for (uint16_t i = 0; d && i < d->count; ++i) {
-        const Field &f = d->fields()[i];
-        uint8_t *dst = (uint8_t *)b + f.offset;
-        if (f.form == Form::Record) {
-            if (copy(*f.sub(), dst, args[i]))
-                IV_LOG(kErr, fn, "Copy %s failed\n", f.sub()->name());
-        } else if (f.form == Form::Text) {
-            if (args[i])
-                strncpy((char *)dst, (const char *)args[i], f.cap);
-            dst[f.cap - 1] = 0;
+    const Step *s = d ? d->steps() : nullptr, *e = d ? s + d->nsteps : nullptr;
+    for (; s != e; ++s) {
+        uint8_t *dst = (uint8_t *)b + s->offset;
+        const void *arg = args[s->field];
+        if (s->op == Op::Record) {
+            if (copy(s->sub(), dst, arg))
+                IV_LOG(kErr, fn, "Copy %s failed\n", s->sub().name());
+        } else if (s->op == Op::Text) {
+            if (arg)
+                strncpy((char *)dst, (const char *)arg, s->bound);
+            dst[s->bound - 1] = 0;
         } else {
-            memcpy(dst, args[i], scalarWidth(f.form));
+            for (uint32_t k = 0, w = scalarWidth(s->op); k < s->n; ++k)
+                memcpy(dst + k * w, args[s->field + k], w);
         }
     }
     return b;

@@ -6,6 +6,7 @@
 #include "messages/frame.h"
 #include "testkit.h"
 #include "types/described.h"
+#include "types/names.h"
 
 namespace {
 
@@ -15,9 +16,9 @@ unsigned depthOf(const iv::TypeDesc &d)
 {
     unsigned deepest = 0;
     for (uint16_t i = 0; i < d.count; ++i)
-        if (iv::Form f = d.fields()[i].form;
+        if (iv::Form f = iv::fieldsOf(d)[i].form;
             f == iv::Form::Record || f == iv::Form::Table || f == iv::Form::ArrayRec) {
-            unsigned below = depthOf(*d.fields()[i].sub());
+            unsigned below = depthOf(*iv::fieldsOf(d)[i].sub());
             deepest = below > deepest ? below : deepest;
         }
     return 1 + deepest;

@@ -12,6 +12,7 @@
 #include "record_ops.h"
 #include "testkit.h"
 #include "types/described.h"
+#include "types/names.h"
 
 using namespace ivtest;
 
@@ -22,7 +23,7 @@ using Rng = std::mt19937;
 void fillRandom(const iv::TypeDesc &d, uint8_t *rec, Rng &rng)
 {
     for (uint16_t i = 0; i < d.count; ++i) {
-        const iv::Field &f = d.fields()[i];
+        const iv::Field &f = iv::fieldsOf(d)[i];
         uint8_t *m = rec + f.offset;
         switch (f.form) {
         case iv::Form::Text: {
@@ -160,7 +161,7 @@ struct Walk {
     {
         Lines out;
         for (++i; i < d.count; ++i) {
-            const iv::Field &f = d.fields()[i];
+            const iv::Field &f = iv::fieldsOf(d)[i];
             if (f.form == iv::Form::ArrayRec || f.form == iv::Form::ArrayU32)
                 out.push_back(errorBeforeLine(fn, bytes + base, f.countTag()));
             else if (f.form != iv::Form::Record && f.form != iv::Form::Table)
@@ -192,7 +193,7 @@ struct Walk {
         std::string fn = unserializeFn(d.name());
         size_t base = off;
         for (uint16_t i = 0; i < d.count; ++i) {
-            const iv::Field &f = d.fields()[i];
+            const iv::Field &f = iv::fieldsOf(d)[i];
             const uint8_t *m = rec + f.offset;
             Lines after = laterChain(d, i, fn, base) + above;
             const Step whole{(uint8_t)i, iv::ReadFailure::kWhole};

@@ -105,7 +105,7 @@ void jsonKey(std::string &out, const char *name, const char *suffix = "")
 
 const char *memberName(const TypeDesc &d, const Field &f)
 {
-    const char *name = iv::memberName(d, (size_t)(&f - d.fields()));
+    const char *name = iv::memberName(d, (size_t)(&f - iv::fieldsOf(d)));
     return name ? name : "?";
 }
 
@@ -161,7 +161,7 @@ void quote(std::string &out, const char *s, size_t n, bool json)
 uint32_t printTree(std::string &out, const TypeDesc &d, const void *rec, uint32_t at, int indent)
 {
     const uint8_t *base = (const uint8_t *)rec;
-    for (const Field *f = d.fields(), *end = f + d.count; f != end; ++f) {
+    for (const Field *f = iv::fieldsOf(d), *end = f + d.count; f != end; ++f) {
         const uint8_t *m = base + f->offset;
         switch (f->form) {
         case Form::Record: {
@@ -215,7 +215,7 @@ void printJson(std::string &out, const TypeDesc &d, const void *rec)
     const uint8_t *base = (const uint8_t *)rec;
     out += '{';
     for (uint16_t i = 0; i < d.count; ++i) {
-        const Field &f = d.fields()[i];
+        const Field &f = iv::fieldsOf(d)[i];
         const uint8_t *m = base + f.offset;
         if (i)
             out += ',';

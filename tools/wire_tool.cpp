@@ -33,6 +33,7 @@
 #include "messages/frame.h"
 #include "tools/describe_print.h"
 #include "types/described.h"
+#include "types/names.h"
 #include "wire/bytes.h"
 #include "wire/engine.h"
 
@@ -314,7 +315,7 @@ void follow(const iv::ReadFailure &fail, const TypeDesc *d, const char *root, St
         const iv::ReadFailure::Step &s = fail.path[k];
         if (s.field >= d->count)
             break;
-        const Field &f = d->fields()[s.field];
+        const Field &f = iv::fieldsOf(*d)[s.field];
         std::string name = ivtool::memberName(*d, f);
         stop.holder = k + 1 == fail.depth ? root : d->name();
         if (s.element == iv::ReadFailure::kCount) {
@@ -854,7 +855,7 @@ void fillText(const Field &f, uint8_t *m, const json &v, const std::string &path
 std::string memberList(const TypeDesc &d)
 {
     std::string s;
-    for (const Field *f = d.fields(), *e = f + d.count; f != e; ++f) {
+    for (const Field *f = iv::fieldsOf(d), *e = f + d.count; f != e; ++f) {
         if (!s.empty())
             s += ", ";
         if (f->form == Form::ArrayRec || f->form == Form::ArrayU32)
@@ -883,7 +884,7 @@ void fillRecord(const TypeDesc &d, uint8_t *base, const json &j, const std::stri
         reject(path + ": expected an object (" + d.name() + "), got " + kindOf(j));
     for (auto it = j.begin(); it != j.end(); ++it) {
         bool known = false;
-        for (const Field *f = d.fields(), *e = f + d.count; f != e && !known; ++f)
+        for (const Field *f = iv::fieldsOf(d), *e = f + d.count; f != e && !known; ++f)
             known = it.key() == ivtool::memberName(d, *f) ||
                     ((f->form == Form::ArrayRec || f->form == Form::ArrayU32) &&
                      it.key() == std::string(ivtool::memberName(d, *f)) + "Count");
@@ -891,7 +892,7 @@ void fillRecord(const TypeDesc &d, uint8_t *base, const json &j, const std::stri
             reject(join(path, it.key()) + ": " + d.name() + " has no such member (its members: " +
                    memberList(d) + ")");
     }
-    for (const Field *f = d.fields(), *e = f + d.count; f != e; ++f) {
+    for (const Field *f = iv::fieldsOf(d), *e = f + d.count; f != e; ++f) {
         uint8_t *m = base + f->offset;
         const char *name = ivtool::memberName(d, *f);
         std::string here = join(path, name);
@@ -1153,13 +1154,13 @@ json membersJson(const TypeDesc *d)
 {
     json a = json::array();
     for (uint16_t i = 0; d && i < d->count; ++i)
-        a.push_back(fieldJson(*d, d->fields()[i]));
+        a.push_back(fieldJson(*d, iv::fieldsOf(*d)[i]));
     return a;
 }
 
 bool fixedLength(const TypeDesc &d)
 {
-    for (const Field *f = d.fields(), *e = f + d.count; f != e; ++f)
+    for (const Field *f = iv::fieldsOf(d), *e = f + d.count; f != e; ++f)
         if (f->form == Form::Text || f->form == Form::ArrayRec || f->form == Form::ArrayU32 ||
             ((f->form == Form::Record || f->form == Form::Table) && !fixedLength(*f->sub())))
             return false;
@@ -1172,8 +1173,8 @@ std::string membersText(const TypeDesc *d)
         return "none";
     std::string s;
     for (uint16_t i = 0; i < d->count; ++i)
-        s += format("%s%s %s", i ? ", " : "", ivtool::memberName(*d, d->fields()[i]),
-                    ivtool::formName(d->fields()[i]).c_str());
+        s += format("%s%s %s", i ? ", " : "", ivtool::memberName(*d, iv::fieldsOf(*d)[i]),
+                    ivtool::formName(iv::fieldsOf(*d)[i]).c_str());
     return s;
 }
 

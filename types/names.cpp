@@ -14,10 +14,14 @@ namespace iv {
     template <>                                     \
     const TypeDesc Desc<T>::d;                      \
     template <>                                     \
-    const char *const MemberNames<T>::text;
-#define IV_DECLARE_RECORD_NAMES(T) \
-    template <>                    \
-    const char *const MemberNames<T>::text;
+    const char *const MemberNames<T>::text;         \
+    template <>                                     \
+    const Field *const MemberNames<T>::fields;
+#define IV_DECLARE_RECORD_NAMES(T)                  \
+    template <>                                     \
+    const char *const MemberNames<T>::text;         \
+    template <>                                     \
+    const Field *const MemberNames<T>::fields;
 #define IV_DECLARE_CMD(index, name, ...) IV_DECLARE_BODY(ivReq_##name) IV_DECLARE_BODY(ivRes_##name)
 #define IV_DECLARE_NTFY(index, name, ...) IV_DECLARE_BODY(ivNtfy_##name)
 INTFVELMOR_RECORD_TYPES(IV_DECLARE_RECORD_NAMES)
@@ -29,15 +33,16 @@ namespace {
 struct Names {
     const TypeDesc *d;
     const char *const *text;
+    const Field *const *fields;
 };
 
 template <class T>
 constexpr Names entry()
 {
     if constexpr (!hasMembers<T>)
-        return {nullptr, nullptr};
+        return {nullptr, nullptr, nullptr};
     else
-        return {&Desc<T>::d, &MemberNames<T>::text};
+        return {&Desc<T>::d, &MemberNames<T>::text, &MemberNames<T>::fields};
 }
 
 #define IV_RECORD_ENTRY(T) entry<T>(),
@@ -46,22 +51,32 @@ constexpr Names entry()
 const Names kNames[] = {INTFVELMOR_RECORD_TYPES(IV_RECORD_ENTRY) IV_COMMANDS(IV_CMD_ENTRY)
                             IV_NOTIFICATIONS(IV_NTFY_ENTRY)};
 
+const Names *find(const TypeDesc &d)
+{
+    for (const Names &n : kNames)
+        if (n.d == &d)
+            return &n;
+    return nullptr;
+}
+
 }  // namespace
+
+const Field *fieldsOf(const TypeDesc &d)
+{
+    const Names *n = find(d);
+    return n ? *n->fields : nullptr;
+}
 
 const char *memberName(const TypeDesc &d, size_t i)
 {
-    if (i >= d.count)
+    const Names *n = find(d);
+    if (!n || i >= d.count)
         return nullptr;
-    for (const Names &n : kNames) {
-        if (n.d != &d)
-            continue;
-        const char *s = *n.text;
-        for (; i > 0; --i)
-            while (*s++) {
-            }
-        return s;
-    }
-    return nullptr;
+    const char *s = *n->text;
+    for (; i > 0; --i)
+        while (*s++) {
+        }
+    return s;
 }
 
 }  // namespace iv

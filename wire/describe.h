@@ -295,12 +295,7 @@ constexpr std::array<Field, N> fieldsOf(const Described (&d)[N])
 
 // ---- the program of a description ---------------------------------------------------
 
-constexpr uint32_t scalarWidth(Op op)
-{
-    return op == Op::U8 || op == Op::I8 ? 1 : op == Op::U16 || op == Op::I16 ? 2 : op == Op::U64 ? 8 : 4;
-}
 constexpr uint32_t scalarWire(Op op) { return op == Op::U64 ? 24 : 12; }
-constexpr bool isScalar(Op op) { return op <= Op::U64; }
 
 inline uint16_t segmentTooLong() { return 0; }  // not constexpr: stops the compilation
 
@@ -326,21 +321,17 @@ struct Program {
         }
         steps[count++] = Step{op, (uint8_t)tag, 1, (uint8_t)field, narrow16(offset), 0};
     }
-    constexpr void other(Op op, unsigned tag, size_t field)
+    constexpr void other(Op op, const Field &f, size_t field)
     {
-        steps[count++] = Step{op, (uint8_t)tag, 0, (uint8_t)field, 0, 0};
+        steps[count++] = Step{op, f.tag, f.type, (uint8_t)field, f.offset, f.cap};
     }
     // The first run of each group of scalar steps carries the group's bytes.
     constexpr void segments()
     {
-        // Steps that are not scalar runs are chained for the length pass.
-        size_t next = count;
+        firstVar = count;
         for (size_t i = count; i-- > 0;)
-            if (!isScalar(steps[i].op)) {
-                steps[i].offset = (uint16_t)next;
-                next = i;
-            }
-        firstVar = next;
+            if (!isScalar(steps[i].op))
+                firstVar = i;
         for (size_t i = 0; i < count;) {
             if (!isScalar(steps[i].op)) {
                 ++i;
@@ -350,7 +341,7 @@ struct Program {
             uint32_t bytes = 0;
             for (; j < count && isScalar(steps[j].op); ++j)
                 bytes += steps[j].n * scalarWire(steps[j].op);
-            steps[i].need = bytes < 0x10000 ? (uint16_t)bytes : segmentTooLong();
+            steps[i].bound = bytes < 0x10000 ? (uint16_t)bytes : segmentTooLong();
             i = j;
         }
     }
@@ -363,13 +354,14 @@ constexpr Program<K> compile(const Described (&d)[N])
     for (size_t i = 0; i < N; ++i) {
         const Field &f = d[i].field;
         switch (f.form) {
-        case Form::Text: p.other(Op::Text, f.tag, i); break;
-        case Form::Record: p.other(Op::Record, f.tag, i); break;
-        case Form::Table: p.other(Op::Table, f.tag, i); break;
+        case Form::Text: p.other(Op::Text, f, i); break;
+        case Form::Record: p.other(Op::Record, f, i); break;
+        case Form::Table: p.other(Op::Table, f, i); break;
         case Form::ArrayRec:
         case Form::ArrayU32:
+            // The count ends its run, right before the elements' step.
             p.scalar(d[i].countWidth == 1 ? Op::U8 : Op::U32, d[i].countTag, d[i].countOffset, i);
-            p.other(f.form == Form::ArrayRec ? Op::ElemsRec : Op::ElemsU32, f.tag, i);
+            p.other(f.form == Form::ArrayRec ? Op::ElemsRec : Op::ElemsU32, f, i);
             break;
         default: p.scalar((Op)f.form, f.tag, f.offset, i); break;
         }
@@ -397,11 +389,10 @@ constexpr std::array<char, L> textOf(const char (&s)[L])
     return text;
 }
 
-// What TypeDesc points to: its fields, steps and name, in this order and
-// without a gap (TypeDesc finds each from the counts).
-template <size_t F, size_t S, size_t L>
+// What TypeDesc points to: its steps and name, in this order and without a
+// gap (TypeDesc finds the name from the count of steps).
+template <size_t S, size_t L>
 struct TypeTables {
-    std::array<Field, F> fields;
     std::array<Step, S> steps;
     std::array<char, L> name;
 };
@@ -444,11 +435,9 @@ struct TypeTables {
         static_assert(list.size() < 128, #T ": steps name their field in 8 bits");        \
         static constexpr auto big = ::iv::compile<2 * list.size()>(all); \
         static_assert(big.fixedWire < 0x10000, #T ": too many scalar members");            \
-        using Tables = ::iv::TypeTables<list.size(), big.count, sizeof #T>;                \
-        static constexpr Tables tables = {list, ::iv::stepsOf<big.count>(big),             \
-                                          ::iv::textOf(#T)};                               \
-        static_assert(offsetof(Tables, steps) == sizeof list &&                            \
-                          offsetof(Tables, name) == sizeof list + sizeof tables.steps,     \
+        using Tables = ::iv::TypeTables<big.count, sizeof #T>;                             \
+        static constexpr Tables tables = {::iv::stepsOf<big.count>(big), ::iv::textOf(#T)}; \
+        static_assert(offsetof(Tables, name) == sizeof tables.steps,                       \
                       #T ": the tables lie side by side");                                 \
     };                                                                                     \
     }                                                                                      \
@@ -460,4 +449,6 @@ struct TypeTables {
                                  (uint16_t)ivFields_##T::big.fixedWire};                   \
     template <>                                                                            \
     const char *const MemberNames<T>::text = ivFields_##T::names.data();                   \
+    template <>                                                                            \
+    const Field *const MemberNames<T>::fields = ivFields_##T::list.data();                 \
     }

@@ -22,25 +22,18 @@ void storeScalar(Form f, uint8_t *m, uint32_t v)
     }
 }
 
-uint32_t loadCount(const Field &f, const uint8_t *rec)
+// The elements an array's step covers: its count (the last member of the
+// scalar run right before it, a u8 or a u32), at most the bound.
+uint32_t used(const Step *s, const uint8_t *rec)
 {
-    const uint8_t *c = rec + f.countOffset();
-    return f.countWidth() == 1 ? *c : *(const uint32_t *)c;
-}
-
-uint32_t used(const Field &f, const uint8_t *rec)
-{
-    uint32_t n = loadCount(f, rec);
-    return n < f.cap ? n : f.cap;
+    const Step &run = s[-1];
+    const uint8_t *c = rec + run.offset + (run.n - 1u) * scalarWidth(run.op);
+    uint32_t n = run.op == Op::U8 ? *c : *(const uint32_t *)c;
+    return n < s->bound ? n : s->bound;
 }
 
 // Characters of a text member; a member without its NUL counts as N - 1.
 uint32_t textLen(const char *s, uint32_t cap) { return (uint32_t)strnlen(s, cap - 1); }
-
-constexpr uint32_t scalarSize(Op op)
-{
-    return op <= Op::I8 ? 1 : op <= Op::I16 ? 2 : op == Op::U32 ? 4 : 8;
-}
 
 FnName unserializeName(const TypeDesc &d) { return {"intfVelmor_%s_unserialize", d.name()}; }
 
@@ -163,8 +156,8 @@ uint32_t readScalar64(const Reporter &who, const uint8_t *&p, const uint8_t *end
 struct Engine {
     static uint32_t read(const TypeDesc &d, uint8_t *rec, const uint8_t *&pos, const uint8_t *end,
                          const Reporter &who);
-    static void errorsBefore(const Reporter &who, const uint8_t *rec, const Field *f,
-                             const Field *e);
+    static void errorsBefore(const Reporter &who, const uint8_t *rec, const Step *s,
+                             uint32_t from, const Step *e);
     // Reads a nested record from a copy of the position (see fromCopy).
     static uint32_t readNested(const TypeDesc &d, uint8_t *rec, const uint8_t *&p,
                                const uint8_t *end, ReadFailure *fail)
@@ -263,7 +256,7 @@ inline uint8_t *putScalars(const Step *s, const uint8_t *rec, uint8_t *p)
         return p;
     }
     Head32 head(s->tag, true);
-    return IV_BY_WIDTH(s->op, putRun(p, m, head, s->n, s->op, scalarSize(s->op)),
+    return IV_BY_WIDTH(s->op, putRun(p, m, head, s->n, s->op, scalarWidth(s->op)),
                        putRun(p, m, head, s->n, s->op, 2),
                        putRun(p, m, head, s->n, Op::U32, 4));
 }
@@ -273,7 +266,7 @@ inline uint8_t *putScalars(const Step *s, const uint8_t *rec, uint8_t *p)
 inline bool getScalars(const Step *s, uint8_t *rec, const uint8_t *&p, const uint8_t *end)
 {
     uint8_t *m = rec + s->offset;
-    if (s->need && end && (uint32_t)(end - p) < s->need)
+    if (s->bound && end && (uint32_t)(end - p) < s->bound)
         return false;
     if (s->op == Op::U64) {
         uint64_t len = word64(8);
@@ -290,7 +283,7 @@ inline bool getScalars(const Step *s, uint8_t *rec, const uint8_t *&p, const uin
         return true;
     }
     Head32 head(s->tag, true);
-    return IV_BY_WIDTH(s->op, getRun(p, m, head, s->n, scalarSize(s->op)),
+    return IV_BY_WIDTH(s->op, getRun(p, m, head, s->n, scalarWidth(s->op)),
                        getRun(p, m, head, s->n, 2), getRun(p, m, head, s->n, 4));
 }
 
@@ -333,27 +326,24 @@ struct Program {
 void Program::copy(const TypeDesc &d, uint8_t *dst, const uint8_t *src)
 {
     for (const Step *s = d.steps(), *e = s + d.nsteps; s != e; ++s) {
-        const Field &f = d.fields()[s->field];
-        uint8_t *to = dst + f.offset;
-        const uint8_t *from = src + f.offset;
+        uint8_t *to = dst + s->offset;
+        const uint8_t *from = src + s->offset;
         switch (s->op) {
         case Op::Text:
-            strncpy((char *)to, (const char *)from, f.cap);
-            to[f.cap - 1] = 0;
+            strncpy((char *)to, (const char *)from, s->bound);
+            to[s->bound - 1] = 0;
             break;
-        case Op::Record: copy(*f.sub(), to, from); break;
-        case Op::ElemsU32: memcpy(to, from, (size_t)used(f, src) * 4); break;
+        case Op::Record: copy(s->sub(), to, from); break;
+        case Op::ElemsU32: memcpy(to, from, (size_t)used(s, src) * 4); break;
         case Op::ElemsRec:
         case Op::Table: {
-            uint32_t n = s->op == Op::Table ? f.cap : used(f, src);
-            const TypeDesc &elem = *f.sub();
+            uint32_t n = s->op == Op::Table ? s->bound : used(s, src);
+            const TypeDesc &elem = s->sub();
             for (uint32_t i = 0; i < n; ++i)
                 copy(elem, to + i * elem.size, from + i * elem.size);
             break;
         }
-        default:
-            memcpy(dst + s->offset, src + s->offset, (size_t)s->n * scalarSize(s->op));
-            break;
+        default: memcpy(to, from, (size_t)s->n * scalarWidth(s->op)); break;
         }
     }
 }
@@ -361,21 +351,21 @@ void Program::copy(const TypeDesc &d, uint8_t *dst, const uint8_t *src)
 uint32_t Program::length(const TypeDesc &d, const uint8_t *rec)
 {
     uint32_t len = d.fixedWire;
-    for (const Step *s = d.steps() + d.firstVar, *e = d.steps() + d.nsteps; s != e;
-         s = d.steps() + s->offset) {
-        const Field &f = d.fields()[s->field];
-        const uint8_t *m = rec + f.offset;
+    for (const Step *s = d.steps() + d.firstVar, *e = d.steps() + d.nsteps; s != e; ++s) {
+        const uint8_t *m = rec + s->offset;
         switch (s->op) {
-        case Op::Text: len += textItemSize(textLen((const char *)m, f.cap)); break;
-        case Op::Record: len += size(*f.sub(), m); break;
-        case Op::ElemsU32: len += kScalar32Size * used(f, rec); break;
-        default: {  // ElemsRec, Table
-            uint32_t n = s->op == Op::Table ? f.cap : used(f, rec);
-            const TypeDesc &elem = *f.sub();
+        case Op::Text: len += textItemSize(textLen((const char *)m, s->bound)); break;
+        case Op::Record: len += size(s->sub(), m); break;
+        case Op::ElemsU32: len += kScalar32Size * used(s, rec); break;
+        case Op::ElemsRec:
+        case Op::Table: {
+            uint32_t n = s->op == Op::Table ? s->bound : used(s, rec);
+            const TypeDesc &elem = s->sub();
             for (uint32_t i = 0; i < n; ++i)
                 len += size(elem, m + i * elem.size);
             break;
         }
+        default: break;  // scalar runs: counted in fixedWire
         }
     }
     return len;
@@ -384,42 +374,32 @@ uint32_t Program::length(const TypeDesc &d, const uint8_t *rec)
 uint8_t *Program::write(const TypeDesc &d, const uint8_t *rec, uint8_t *p)
 {
     for (const Step *s = d.steps(), *e = s + d.nsteps; s != e; ++s) {
+        const uint8_t *at = rec + s->offset;
         switch (s->op) {
-        case Op::U8:
-        case Op::I8:
-        case Op::U16:
-        case Op::I16:
-        case Op::U32:
-        case Op::U64: p = putScalars(s, rec, p); break;
-        default: {
-            const Field &f = d.fields()[s->field];
-            const uint8_t *at = rec + f.offset;
-            switch (s->op) {
-            case Op::Text: {
-                // The pad bytes are counted but not written: buffers come zero-filled.
-                uint32_t n = textLen((const char *)at, f.cap);
-                uint32_t size = textItemSize(n);
-                wr32(p, f.tag);
-                wr32(p + 4, size - 8);
-                memcpy(p + 8, at, n);
-                p[8 + n] = 0;
-                p += size;
-                break;
-            }
-            case Op::Record: p = put(*f.sub(), at, p); break;
-            case Op::ElemsU32:
-                p = putRun(p, at, Head32(f.tag, false), used(f, rec), Op::U32, 4);
-                break;
-            default: {  // ElemsRec, Table
-                uint32_t n = s->op == Op::Table ? f.cap : used(f, rec);
-                const TypeDesc &elem = *f.sub();
-                for (uint32_t i = 0; i < n; ++i)
-                    p = put(elem, at + i * elem.size, p);
-                break;
-            }
-            }
+        case Op::Text: {
+            // The pad bytes are counted but not written: buffers come zero-filled.
+            uint32_t n = textLen((const char *)at, s->bound);
+            uint32_t size = textItemSize(n);
+            wr32(p, s->tag);
+            wr32(p + 4, size - 8);
+            memcpy(p + 8, at, n);
+            p[8 + n] = 0;
+            p += size;
             break;
         }
+        case Op::Record: p = put(s->sub(), at, p); break;
+        case Op::ElemsU32:
+            p = putRun(p, at, Head32(s->tag, false), used(s, rec), Op::U32, 4);
+            break;
+        case Op::ElemsRec:
+        case Op::Table: {
+            uint32_t n = s->op == Op::Table ? s->bound : used(s, rec);
+            const TypeDesc &elem = s->sub();
+            for (uint32_t i = 0; i < n; ++i)
+                p = put(elem, at + i * elem.size, p);
+            break;
+        }
+        default: p = putScalars(s, rec, p); break;
         }
     }
     return p;
@@ -434,64 +414,53 @@ bool Program::read(const TypeDesc &d, uint8_t *rec, const uint8_t *&pos, const u
 {
     const uint8_t *p = pos;
     for (const Step *s = d.steps(), *e = s + d.nsteps; s != e; ++s) {
+        uint8_t *at = rec + s->offset;
         switch (s->op) {
-        case Op::U8:
-        case Op::I8:
-        case Op::U16:
-        case Op::I16:
-        case Op::U32:
-        case Op::U64:
+        case Op::Text: {
+            if (end && (uint32_t)(end - p) < 8)
+                return false;
+            uint32_t l = rd32(p + 4);
+            if (rd32(p) != s->tag || !stepFits(p, 8, l) || (end && l > (uint32_t)(end - p) - 8))
+                return false;
+            const uint8_t *nul = (const uint8_t *)memchr(p + 8, 0, l);
+            if (!nul || (uint32_t)(nul - (p + 8)) + 1 > s->bound)
+                return false;
+            memcpy(at, p + 8, (size_t)(nul - (p + 8)) + 1);
+            p += 8 + (size_t)l;
+            break;
+        }
+        case Op::Record:
+            if (!get(s->sub(), at, p, end))
+                return false;
+            break;
+        case Op::ElemsU32: {
+            uint32_t n = used(s, rec);
+            if (end && (uint32_t)(end - p) / kScalar32Size < n)
+                return false;
+            if (!getRun(p, at, Head32(s->tag, false), n, 4))
+                return false;
+            break;
+        }
+        case Op::ElemsRec:
+        case Op::Table: {
+            uint32_t n = s->op == Op::Table ? s->bound : used(s, rec);
+            const TypeDesc &elem = s->sub();
+            for (uint32_t i = 0; i < n; ++i)
+                if (!get(elem, at + i * elem.size, p, end))
+                    return false;
+            break;
+        }
+        default:
             if (!getScalars(s, rec, p, end))
                 return false;
             break;
-        default: {
-            const Field &f = d.fields()[s->field];
-            uint8_t *at = rec + f.offset;
-            switch (s->op) {
-            case Op::Text: {
-                if (end && (uint32_t)(end - p) < 8)
-                    return false;
-                uint32_t l = rd32(p + 4);
-                if (rd32(p) != f.tag || !stepFits(p, 8, l) ||
-                    (end && l > (uint32_t)(end - p) - 8))
-                    return false;
-                const uint8_t *nul = (const uint8_t *)memchr(p + 8, 0, l);
-                if (!nul || (uint32_t)(nul - (p + 8)) + 1 > f.cap)
-                    return false;
-                memcpy(at, p + 8, (size_t)(nul - (p + 8)) + 1);
-                p += 8 + (size_t)l;
-                break;
-            }
-            case Op::Record:
-                if (!get(*f.sub(), at, p, end))
-                    return false;
-                break;
-            case Op::ElemsU32: {
-                uint32_t n = used(f, rec);
-                if (end && (uint32_t)(end - p) / kScalar32Size < n)
-                    return false;
-                if (!getRun(p, at, Head32(f.tag, false), n, 4))
-                    return false;
-                break;
-            }
-            default: {  // ElemsRec, Table
-                uint32_t n = s->op == Op::Table ? f.cap : used(f, rec);
-                const TypeDesc &elem = *f.sub();
-                for (uint32_t i = 0; i < n; ++i)
-                    if (!get(elem, at + i * elem.size, p, end))
-                        return false;
-                break;
-            }
-            }
-            break;
-        }
         }
     }
     pos = p;
     return true;
 }
 
-// The full reader, member by member from the fields, for bytes that the
+// The full reader, member by member along the steps, for bytes that the
 // program refused: it accepts what the format allows (a scalar item longer
 // than its value, whose rest is skipped) and reports the first failure.
 // Reads the members in order, up to the first failure. Nothing more is read
@@ -503,93 +472,106 @@ uint32_t Engine::read(const TypeDesc &d, uint8_t *rec, const uint8_t *&pos, cons
 {
     const uint8_t *p = pos;
     uint32_t err = 0;
-    const Field *f = d.fields(), *e = f + d.count;
-    for (; f != e; ++f) {
-        uint8_t *m = rec + f->offset;
-        uint32_t v = 0;
+    const Step *s = d.steps(), *e = s + d.nsteps;
+    uint32_t k = 0;  // the member of a scalar run
+    for (; s != e; ++s) {
+        uint8_t *m = rec + s->offset;
         uint32_t elem = ReadFailure::kWhole;  // on failure: the element that failed
-        auto scalar = [&](uint32_t tag) {
-            return fromCopy(p, [&](const uint8_t *&q) {
-                return readScalar32(who, q, end, tag, v);
-            });
-        };
-        switch (f->form) {
-        case Form::U64:
-        {
-            uint64_t w = 0;
+        switch (s->op) {
+        case Op::Text:
             err = fromCopy(p, [&](const uint8_t *&q) {
-                return readScalar64(who, q, end, f->tag, w);
-            });
-            if (!err)
-                memcpy(m, &w, 8);
-            break;
-        }
-        case Form::Text:
-            err = fromCopy(p, [&](const uint8_t *&q) {
-                return readText(who, q, end, f->tag, (char *)m, f->cap);
+                return readText(who, q, end, s->tag, (char *)m, s->bound);
             });
             break;
-        case Form::Record: err = readNested(*f->sub(), m, p, end, who.fail); break;
-        case Form::Table:
-            for (uint32_t i = 0; i < f->cap; ++i)
-                if ((err = readNested(*f->sub(), m + i * f->stride(), p, end, who.fail))) {
+        case Op::Record: err = readNested(s->sub(), m, p, end, who.fail); break;
+        case Op::Table:
+        case Op::ElemsRec: {
+            uint32_t n = s->op == Op::Table ? s->bound : used(s, rec);
+            const TypeDesc &sub = s->sub();
+            for (uint32_t i = 0; i < n; ++i)
+                if ((err = readNested(sub, m + i * sub.size, p, end, who.fail))) {
                     elem = i;
                     break;
                 }
             break;
-        case Form::ArrayRec:
-        case Form::ArrayU32:
-            if (!(err = scalar(f->countTag())))
-                storeScalar(f->countWidth() == 1 ? Form::U8 : Form::U32, rec + f->countOffset(), v);
-            else
-                elem = ReadFailure::kCount;
-            // The bound re-reads the stored count: the record's own count when
-            // the count item was not read.
-            for (uint32_t i = 0; i < used(*f, rec); ++i) {
-                if (f->form == Form::ArrayRec) {
-                    if (err)
-                        break;
-                    if ((err = readNested(*f->sub(), m + i * f->stride(), p, end, who.fail)))
-                        elem = i;
-                } else if (err) {
-                    errorBefore(who, f->tag);
-                } else if (!(err = scalar(f->tag))) {
+        }
+        case Op::ElemsU32:
+            // Once an element fails, the ones after it are not read.
+            for (uint32_t i = 0, n = used(s, rec); i < n; ++i) {
+                uint32_t v = 0;
+                if (err)
+                    errorBefore(who, s->tag);
+                else if (!(err = fromCopy(p, [&](const uint8_t *&q) {
+                               return readScalar32(who, q, end, s->tag, v);
+                           })))
                     ((uint32_t *)m)[i] = v;
-                } else {
+                else
                     elem = i;
-                }
+            }
+            break;
+        case Op::U64:
+            for (k = 0; k < s->n && !err; ++k) {
+                uint64_t w = 0;
+                err = fromCopy(p, [&](const uint8_t *&q) {
+                    return readScalar64(who, q, end, s->tag + k, w);
+                });
+                if (!err)
+                    memcpy(m + 8 * k, &w, 8);
             }
             break;
         default:  // U8 to U32
-            if (!(err = scalar(f->tag)))
-                storeScalar(f->form, m, v);
+            for (k = 0; k < s->n && !err; ++k) {
+                uint32_t v = 0;
+                err = fromCopy(p, [&](const uint8_t *&q) {
+                    return readScalar32(who, q, end, s->tag + k, v);
+                });
+                if (!err)
+                    storeScalar((Form)s->op, m + k * scalarWidth(s->op), v);
+            }
             break;
         }
         if (err) {
-            who.fail->step((size_t)(f - d.fields()), elem);
+            uint32_t field = s->field;
+            if (isScalar(s->op)) {
+                field += --k;  // the loop stepped past the failing member
+                // A run's last member is a count when array elements follow.
+                bool count = k + 1u == s->n && s + 1 != e &&
+                             (s[1].op == Op::ElemsRec || s[1].op == Op::ElemsU32);
+                elem = count ? ReadFailure::kCount : ReadFailure::kWhole;
+            }
+            who.fail->step(field, elem);
             break;
         }
     }
     pos = p;
     if (err)
-        errorsBefore(who, rec, f + 1, e);
+        errorsBefore(who, rec, s, k + 1, e);
     return err;
 }
 
-// The members after a failure, none of them read.
-void Engine::errorsBefore(const Reporter &who, const uint8_t *rec, const Field *f, const Field *e)
+// The members after a failure in step s, none of them read: in a scalar
+// run the members after the failing one (from `from` on), then every later
+// step.
+void Engine::errorsBefore(const Reporter &who, const uint8_t *rec, const Step *s, uint32_t from,
+                          const Step *e)
 {
-    for (; f != e; ++f) {
-        switch (f->form) {
-        case Form::Record:
-        case Form::Table: break;
-        case Form::ArrayRec: errorBefore(who, f->countTag()); break;
-        case Form::ArrayU32:
-            errorBefore(who, f->countTag());
-            for (uint32_t i = 0; i < used(*f, rec); ++i)
-                errorBefore(who, f->tag);
+    if (isScalar(s->op))
+        for (uint32_t k = from; k < s->n; ++k)
+            errorBefore(who, s->tag + k);
+    for (++s; s != e; ++s) {
+        switch (s->op) {
+        case Op::Text: errorBefore(who, s->tag); break;
+        case Op::ElemsU32:
+            for (uint32_t i = 0, n = used(s, rec); i < n; ++i)
+                errorBefore(who, s->tag);
             break;
-        default: errorBefore(who, f->tag); break;
+        case Op::Record:
+        case Op::Table:
+        case Op::ElemsRec: break;
+        default:
+            for (uint32_t k = 0; k < s->n; ++k)
+                errorBefore(who, s->tag + k);
+            break;
         }
     }
 }

@@ -31,7 +31,9 @@ struct RecordNumber;
 
 // One member, or for an array its count and elements together: the count
 // item always travels first, whatever the declaration order. Eight bytes:
-// what can be derived (element size, where the count lies) is derived.
+// what can be derived (element size, where the count lies) is derived. The
+// library compiles fields into steps when it is built and keeps only the
+// steps; tools find the fields through types/names.h.
 struct Field {
     Form form;
     uint8_t tag;    // member number; for arrays the array's own number
@@ -59,45 +61,55 @@ struct Field {
 };
 
 // One step of a type's program, compiled from its fields when the library
-// is built. A scalar step covers a run of members of one form whose tags
-// follow each other and which lie side by side in the struct: ccaStats is a
-// single step of five. The count of a counted array is such a member, ahead
-// of the step for its elements. Texts, nested records, tables and elements
-// take one step each and find the rest in their field.
+// is built; the program is all that the library keeps of a description (the
+// fields themselves stay with the tools, beside the member names). A scalar
+// step covers a run of members of one form whose tags follow each other and
+// which lie side by side in the struct: ccaStats is a single step of five.
+// The count of a counted array is such a member, the last of its run, right
+// ahead of the step for its elements. Texts, nested records, tables and
+// elements take one step each.
 enum class Op : uint8_t {
     U8, I8, U16, I16, U32, U64,  // the same numbers as their Form
     Text, Record, Table, ElemsRec, ElemsU32,
 };
 
+constexpr bool isScalar(Op op) { return op <= Op::U64; }
+// A scalar member's bytes in the struct.
+constexpr uint32_t scalarWidth(Op op)
+{
+    return op <= Op::I8 ? 1 : op <= Op::I16 ? 2 : op == Op::U64 ? 8 : 4;
+}
+
 struct Step {
     Op op;
-    uint8_t tag;      // scalars: tag of the first member
-    uint8_t n;        // scalars: members in the run
-    uint8_t field;    // index of the (first) field
-    uint16_t offset;  // scalars: offset of the first member; others: index of
-                      // the next step that is not a scalar run (or the count)
-    // Scalars: wire bytes from here to the next step that is not a scalar
-    // run, on the first run after such a step (0 elsewhere): a reader checks
-    // the bounds once for all of them.
-    uint16_t need;
+    uint8_t tag;      // the (first) member's number
+    uint8_t n;        // scalars: members in the run; nested records, tables and
+                      // arrays of records: the record's number
+    uint8_t field;    // index of the (first) member in the description
+    uint16_t offset;  // of the (first) member in the struct
+    // Scalars, on the first run of a group of adjacent runs: the group's
+    // wire bytes, checked once (0 on the others). Texts: N. Tables and
+    // arrays: the element bound.
+    uint16_t bound;
+
+    const TypeDesc &sub() const { return *recordTypes[n]; }
 };
 
-static_assert(sizeof(Step) == 8 && alignof(Step) == alignof(Field), "steps follow fields");
+static_assert(sizeof(Step) == 8, "a step stays eight bytes");
 
-// A type's fields, steps and name lie one after the other in one constant
-// table (TypeTables in wire/describe.h), which the description points to
-// once: one relocation a type.
+// A type's steps and name lie one after the other in one constant table
+// (TypeTables in wire/describe.h), which the description points to once:
+// one relocation a type.
 struct TypeDesc {
     const void *tables;
-    uint16_t count;     // fields
+    uint16_t count;     // members described (fields, for the tools)
     uint16_t size;      // sizeof the struct
     uint8_t nsteps;
     uint8_t firstVar;   // first step that is not a scalar run (or nsteps): the
                         // steps whose wire length depends on the contents
     uint16_t fixedWire; // wire bytes of the scalar runs
 
-    const Field *fields() const { return (const Field *)tables; }
-    const Step *steps() const { return (const Step *)(fields() + count); }
+    const Step *steps() const { return (const Step *)tables; }
     // The type's own name, as in log lines.
     const char *name() const { return (const char *)(steps() + nsteps); }
 };
@@ -112,12 +124,13 @@ struct Desc {
     static const TypeDesc d;
 };
 
-// The names of T's members, NUL after each, in field order; defined beside
-// the description. Only tools read them (through types/names.h): the shared
-// library's link drops them.
+// The names of T's members, NUL after each, and its fields, in field
+// order; defined beside the description. Only tools read them (through
+// types/names.h): the shared library's link drops them.
 template <class T>
 struct MemberNames {
     static const char *const text;
+    static const Field *const fields;
 };
 
 // What made a read refuse the bytes, recorded where it happened: the log
