@@ -374,32 +374,41 @@ uint32_t Program::length(const TypeDesc &d, const uint8_t *rec)
 uint8_t *Program::write(const TypeDesc &d, const uint8_t *rec, uint8_t *p)
 {
     for (const Step *s = d.steps(), *e = s + d.nsteps; s != e; ++s) {
-        const uint8_t *at = rec + s->offset;
         switch (s->op) {
-        case Op::Text: {
-            // The pad bytes are counted but not written: buffers come zero-filled.
-            uint32_t n = textLen((const char *)at, s->bound);
-            uint32_t size = textItemSize(n);
-            wr32(p, s->tag);
-            wr32(p + 4, size - 8);
-            memcpy(p + 8, at, n);
-            p[8 + n] = 0;
-            p += size;
+        case Op::U8:
+        case Op::I8:
+        case Op::U16:
+        case Op::I16:
+        case Op::U32:
+        case Op::U64: p = putScalars(s, rec, p); break;
+        default: {
+            const uint8_t *at = rec + s->offset;
+            switch (s->op) {
+            case Op::Text: {
+                // The pad bytes are counted but not written: buffers come zero-filled.
+                uint32_t n = textLen((const char *)at, s->bound);
+                uint32_t size = textItemSize(n);
+                wr32(p, s->tag);
+                wr32(p + 4, size - 8);
+                memcpy(p + 8, at, n);
+                p[8 + n] = 0;
+                p += size;
+                break;
+            }
+            case Op::Record: p = put(s->sub(), at, p); break;
+            case Op::ElemsU32:
+                p = putRun(p, at, Head32(s->tag, false), used(s, rec), Op::U32, 4);
+                break;
+            default: {  // ElemsRec, Table
+                uint32_t n = s->op == Op::Table ? s->bound : used(s, rec);
+                const TypeDesc &elem = s->sub();
+                for (uint32_t i = 0; i < n; ++i)
+                    p = put(elem, at + i * elem.size, p);
+                break;
+            }
+            }
             break;
         }
-        case Op::Record: p = put(s->sub(), at, p); break;
-        case Op::ElemsU32:
-            p = putRun(p, at, Head32(s->tag, false), used(s, rec), Op::U32, 4);
-            break;
-        case Op::ElemsRec:
-        case Op::Table: {
-            uint32_t n = s->op == Op::Table ? s->bound : used(s, rec);
-            const TypeDesc &elem = s->sub();
-            for (uint32_t i = 0; i < n; ++i)
-                p = put(elem, at + i * elem.size, p);
-            break;
-        }
-        default: p = putScalars(s, rec, p); break;
         }
     }
     return p;
@@ -414,46 +423,56 @@ bool Program::read(const TypeDesc &d, uint8_t *rec, const uint8_t *&pos, const u
 {
     const uint8_t *p = pos;
     for (const Step *s = d.steps(), *e = s + d.nsteps; s != e; ++s) {
-        uint8_t *at = rec + s->offset;
         switch (s->op) {
-        case Op::Text: {
-            if (end && (uint32_t)(end - p) < 8)
-                return false;
-            uint32_t l = rd32(p + 4);
-            if (rd32(p) != s->tag || !stepFits(p, 8, l) || (end && l > (uint32_t)(end - p) - 8))
-                return false;
-            const uint8_t *nul = (const uint8_t *)memchr(p + 8, 0, l);
-            if (!nul || (uint32_t)(nul - (p + 8)) + 1 > s->bound)
-                return false;
-            memcpy(at, p + 8, (size_t)(nul - (p + 8)) + 1);
-            p += 8 + (size_t)l;
-            break;
-        }
-        case Op::Record:
-            if (!get(s->sub(), at, p, end))
-                return false;
-            break;
-        case Op::ElemsU32: {
-            uint32_t n = used(s, rec);
-            if (end && (uint32_t)(end - p) / kScalar32Size < n)
-                return false;
-            if (!getRun(p, at, Head32(s->tag, false), n, 4))
-                return false;
-            break;
-        }
-        case Op::ElemsRec:
-        case Op::Table: {
-            uint32_t n = s->op == Op::Table ? s->bound : used(s, rec);
-            const TypeDesc &elem = s->sub();
-            for (uint32_t i = 0; i < n; ++i)
-                if (!get(elem, at + i * elem.size, p, end))
-                    return false;
-            break;
-        }
-        default:
+        case Op::U8:
+        case Op::I8:
+        case Op::U16:
+        case Op::I16:
+        case Op::U32:
+        case Op::U64:
             if (!getScalars(s, rec, p, end))
                 return false;
             break;
+        default: {
+            uint8_t *at = rec + s->offset;
+            switch (s->op) {
+            case Op::Text: {
+                if (end && (uint32_t)(end - p) < 8)
+                    return false;
+                uint32_t l = rd32(p + 4);
+                if (rd32(p) != s->tag || !stepFits(p, 8, l) ||
+                    (end && l > (uint32_t)(end - p) - 8))
+                    return false;
+                const uint8_t *nul = (const uint8_t *)memchr(p + 8, 0, l);
+                if (!nul || (uint32_t)(nul - (p + 8)) + 1 > s->bound)
+                    return false;
+                memcpy(at, p + 8, (size_t)(nul - (p + 8)) + 1);
+                p += 8 + (size_t)l;
+                break;
+            }
+            case Op::Record:
+                if (!get(s->sub(), at, p, end))
+                    return false;
+                break;
+            case Op::ElemsU32: {
+                uint32_t n = used(s, rec);
+                if (end && (uint32_t)(end - p) / kScalar32Size < n)
+                    return false;
+                if (!getRun(p, at, Head32(s->tag, false), n, 4))
+                    return false;
+                break;
+            }
+            default: {  // ElemsRec, Table
+                uint32_t n = s->op == Op::Table ? s->bound : used(s, rec);
+                const TypeDesc &elem = s->sub();
+                for (uint32_t i = 0; i < n; ++i)
+                    if (!get(elem, at + i * elem.size, p, end))
+                        return false;
+                break;
+            }
+            }
+            break;
+        }
         }
     }
     pos = p;
