@@ -19,6 +19,7 @@
 //                         (or of the function named in full); @N is the
 //                         address of input byte N
 #include <dirent.h>
+#include <string.h>
 
 #include <algorithm>
 #include <set>
@@ -210,11 +211,18 @@ void check(const Case &c)
     if (rc != 0 || c.bounded)
         return;
 
-    // A clean read: the copy serializes the same, the bounded reader agrees,
-    // and every cut of the input is refused without a read past it.
-    std::vector<uint8_t> copied(o->size, 0), again(o->size, 0), cut(o->size, 0);
+    // A clean read: the copy is the record, byte for byte and nothing past
+    // it, the bounded reader agrees, and every cut of the input is refused
+    // without a read past it.
+    std::vector<uint8_t> copied(o->size + 8, 0xA5), again(o->size, 0), cut(o->size, 0);
+    memset(copied.data(), 0, o->size);
     EXPECT_EQ(0u, o->copy(copied.data(), rec.data()));
-    EXPECT_EQ(toHex(out), toHex(written(*o, copied.data()))) << "copy";
+    EXPECT_EQ(Bytes(8, 0xA5), Bytes(copied.end() - 8, copied.end())) << "copy wrote past it";
+    copied.resize(o->size);
+    if (c.pre.empty())  // elements left from `pre` past the count are not copied
+        EXPECT_TRUE(copied == rec) << "copy";
+    else
+        EXPECT_EQ(toHex(out), toHex(written(*o, copied.data()))) << "copy";
     Read r = readInto(*o, again.data(), in, true);
     EXPECT_EQ(0u, r.rc) << "bounded";
     EXPECT_EQ((long)in.size(), r.at) << "bounded";

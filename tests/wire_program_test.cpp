@@ -88,4 +88,25 @@ TEST_F(Program, ShortGroupFailsAtTheFirstMissingItem)
     EXPECT_NE(std::string::npos, l[1].find("Type(7) -> Error Before")) << l[1];
 }
 
+// A count travels at its own width: a u8 count beside pad bytes that hold
+// other bytes, and a u32 count above its bound whose low byte is small.
+TEST_F(Program, CountsTravelAtTheirOwnWidth)
+{
+    auto valueAt = [](const std::vector<uint8_t> &b, size_t item) {
+        const uint8_t *v = b.data() + 12 * item + 8;
+        return (uint32_t)v[0] << 24 | (uint32_t)v[1] << 16 | (uint32_t)v[2] << 8 | v[3];
+    };
+    static channelReport r;
+    memset(&r, 0x5A, sizeof r);
+    r.channelsCount = 2;
+    std::vector<uint8_t> b = encode(r);
+    EXPECT_EQ(2u, valueAt(b, 10));
+    EXPECT_EQ(12u * (10 + 1 + 2 * 12), b.size());
+
+    static assocDevListReq q;
+    memset(&q, 0, sizeof q);
+    q.devicesCount = 0x103;
+    EXPECT_EQ(0x103u, valueAt(encode(q), 0));
+}
+
 }  // namespace
