@@ -115,7 +115,7 @@ uint32_t putBlock(Block &blk, uint8_t bit, const char *flagName, const char *fai
 {
     if (!(flags() & bit))
         return 0;
-    uint16_t num = loadRelaxed(blk.mngtNum);
+    uint16_t num = iv::loadMngt(blk.mngtNum);
     uint32_t rc = tolkCore_putBase_msgMngt(num, 0);
     if (rc) {
         iv::log(iv::kErr, kDelBase, __LINE__, failFmt, (unsigned)num, (int)rc);
@@ -131,7 +131,7 @@ uint32_t putBlock(Block &blk, uint8_t bit, const char *flagName, const char *fai
 template <class Block>
 void unregBlock(FnName fn, Block &blk, uint16_t num, uint8_t bit, const char *flagName)
 {
-    if (num != loadRelaxed(blk.mngtNum)) {
+    if (num != iv::loadMngt(blk.mngtNum)) {
         IV_LOG(iv::kErr, fn, "Message management(%d) unknown\n", (int)num);
         return;
     }

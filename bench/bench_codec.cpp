@@ -140,6 +140,20 @@ void recordCases(const char *label, const T &rec)
     });
 }
 
+// The bytes that the entry's serializeBody writes for body.
+template <class Body>
+std::shared_ptr<std::vector<uint8_t>> bodyBytes(const char *label, const intfVelmor_entry &e,
+                                                int32_t type, const Body &body)
+{
+    uint8_t *bytes = nullptr;
+    uint32_t len = 0;
+    if (e.serializeBody(type, const_cast<Body *>(&body), &bytes, &len))
+        fail("%s: serializeBody failed", label);
+    auto wire = std::make_shared<std::vector<uint8_t>>(bytes, bytes + len);
+    free(bytes);
+    return wire;
+}
+
 // A whole message body through its entry's callbacks: serializeBody (length,
 // allocation, frame, members) and bounded unserializeBody (allocation,
 // frame, members), each freed as the core frees it.
@@ -147,12 +161,8 @@ template <class Body>
 void bodyCases(const char *label, uint32_t index, int32_t type, const Body &body)
 {
     const intfVelmor_entry &e = intfVelmor_base.cmd.entries[index];
-    uint8_t *bytes = nullptr;
-    uint32_t len = 0;
-    if (e.serializeBody(type, const_cast<Body *>(&body), &bytes, &len))
-        fail("%s: serializeBody failed", label);
-    auto wire = std::make_shared<std::vector<uint8_t>>(bytes, bytes + len);
-    free(bytes);
+    auto wire = bodyBytes(label, e, type, body);
+    uint32_t len = (uint32_t)wire->size();
 
     void *back = nullptr;
     uint32_t size = 0;
@@ -229,13 +239,8 @@ template <class Body, class R, class Decode>
 void handBodyCases(const char *label, uint32_t index, const Body &body, uint32_t magic,
                    uint16_t stamp, Decode decode)
 {
-    const intfVelmor_entry &e = intfVelmor_base.cmd.entries[index];
-    uint8_t *lib = nullptr;
-    uint32_t len = 0;
-    if (e.serializeBody(INTFVELMOR_BODY_RES, const_cast<Body *>(&body), &lib, &len))
-        fail("%s: serializeBody failed", label);
-    auto wire = std::make_shared<std::vector<uint8_t>>(lib, lib + len);
-    free(lib);
+    auto wire = bodyBytes(label, intfVelmor_base.cmd.entries[index], INTFVELMOR_BODY_RES, body);
+    uint32_t len = (uint32_t)wire->size();
 
     auto h = std::make_shared<hand::Body<R>>();
     h->magic = body.magic;

@@ -87,10 +87,7 @@ struct Filler {
             case iv::Form::ArrayRec:
             case iv::Form::ArrayU32: {
                 uint32_t n = count(*f);
-                if (f->countWidth() == 1)
-                    rec[f->countOffset()] = (uint8_t)n;
-                else
-                    memcpy(rec + f->countOffset(), &n, 4);
+                f->setCount(rec, n);
                 n = n < f->cap ? n : f->cap;
                 for (uint32_t i = 0; i < n; ++i) {
                     if (f->form == iv::Form::ArrayRec) {

@@ -109,3 +109,13 @@
 #define IV_IF_NONE(list) IV_IF_NONE_X(IV_UNPACK list)
 #define IV_IF_NONE_X(...) IV_IF_NONE_N(__VA_ARGS__)
 #define IV_IF_NONE_N(...) IV_PICK(_, ##__VA_ARGS__, IV_DROP, IV_DROP, IV_DROP, IV_DROP, IV_UNPACK)
+
+// Checks that a list's rows are in index order, one per entry of its block:
+// IV_CHECK_ROWS(IV_COMMANDS, INTFVELMOR_CMD_COUNT, command).
+#define IV_ROW_POSITION(idx, name, ...) kPosition_##name,
+#define IV_ROW_INDEX(idx, name, ...) \
+    static_assert(kPosition_##name == idx, #name ": index out of order");
+#define IV_CHECK_ROWS(ROWS, count, what)                         \
+    enum { ROWS(IV_ROW_POSITION) kRows_##what };                 \
+    static_assert(kRows_##what == count, "one row per " #what); \
+    ROWS(IV_ROW_INDEX)

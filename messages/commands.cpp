@@ -30,14 +30,7 @@ namespace {
 IV_COMMANDS(IV_CMD_DESC)
 #undef IV_CMD_DESC
 
-// Rows are in index order, one per entry of the command block.
-#define IV_CMD_POSITION(idx, X, ...) kPosition_##X,
-enum { IV_COMMANDS(IV_CMD_POSITION) kCommandCount };
-#undef IV_CMD_POSITION
-static_assert(kCommandCount == INTFVELMOR_CMD_COUNT, "one row per command");
-#define IV_CMD_INDEX(idx, X, ...) static_assert(kPosition_##X == idx, #X ": index out of order");
-IV_COMMANDS(IV_CMD_INDEX)
-#undef IV_CMD_INDEX
+IV_CHECK_ROWS(IV_COMMANDS, INTFVELMOR_CMD_COUNT, command)
 
 }  // namespace
 

@@ -40,20 +40,6 @@ FnName plainName(const MsgDesc &m, Callback cb) { return {kCbNames[cb][m.ntfy ? 
 
 bool knownType(int32_t type) { return type == kReq || type == kRes; }
 
-// A frame item read in full but holding another value than the message's.
-void frameRefusal(ReadFailure &fail, ReadFailure::Reason why, uint32_t tag, uint32_t offset,
-                  uint32_t found)
-{
-    fail.reason = why;
-    fail.depth = 0;
-    fail.pathCut = false;
-    fail.tag = tag;
-    fail.offset = offset;
-    fail.base = 0;
-    fail.found = found;
-    fail.length = fail.left = fail.textLen = fail.cap = 0;
-}
-
 void checkMagic(const MsgDesc &m, FnName fn, int line, const BodyHead *b)
 {
     if (b->magic != m.magic)
@@ -74,21 +60,21 @@ BodyHead *newBody(const MsgDesc &m, int32_t type, FnName fn, Args args)
     }
     b->magic = m.magic;
     // A body's members are scalars, texts and records: one argument each.
-    const TypeDesc *d = m.members[type];
-    const Step *s = d ? d->steps() : nullptr, *e = d ? s + d->nsteps : nullptr;
-    for (; s != e; ++s) {
-        uint8_t *dst = (uint8_t *)b + s->offset;
-        const void *arg = args[s->field];
-        if (s->op == Op::Record) {
-            if (copy(s->sub(), dst, arg))
-                IV_LOG(kErr, fn, "Copy %s failed\n", s->sub().name());
-        } else if (s->op == Op::Text) {
-            if (arg)
-                strncpy((char *)dst, (const char *)arg, s->bound);
-            dst[s->bound - 1] = 0;
-        } else {
-            for (uint32_t k = 0, w = scalarWidth(s->op); k < s->n; ++k)
-                memcpy(dst + k * w, args[s->field + k], w);
+    if (const TypeDesc *d = m.members[type]) {
+        for (const Step *s = d->steps(), *e = s + d->nsteps; s != e; ++s) {
+            uint8_t *dst = (uint8_t *)b + s->offset;
+            const void *arg = args[s->field];
+            if (s->op == Op::Record) {
+                if (copy(s->sub(), dst, arg))
+                    IV_LOG(kErr, fn, "Copy %s failed\n", s->sub().name());
+            } else if (s->op == Op::Text) {
+                if (arg)
+                    strncpy((char *)dst, (const char *)arg, s->bound);
+                dst[s->bound - 1] = 0;
+            } else {
+                for (uint32_t k = 0, w = scalarWidth(s->op); k < s->n; ++k)
+                    memcpy(dst + k * w, args[s->field + k], w);
+            }
         }
     }
     return b;
@@ -309,7 +295,7 @@ uint32_t readBody(const MsgDesc &m, int32_t type, const uint8_t *bytes, const ui
         errorBefore(who, 1);
         rc = INTFVELMOR_ERR_FRAME;
     } else if (value != m.magic) {
-        frameRefusal(fail, ReadFailure::kForeignMagic, 0, 0, value);
+        fail.refuse(ReadFailure::kForeignMagic, 0, 0, 0, value);
         // Another message's bytes: refused here, before any magic check aborts.
         IV_LOG(kErr, fn, "Check Magic[%s-%X] Ctx[ptr(%p) magic(%X)] text[%s]\n", m.magicName,
                m.magic, (const void *)fail.start, (uint32_t)fail.found, "refused");
@@ -320,7 +306,7 @@ uint32_t readBody(const MsgDesc &m, int32_t type, const uint8_t *bytes, const ui
         if (readScalar32(who, p, end, 1, value)) {
             rc = INTFVELMOR_ERR_FRAME;
         } else if ((uint16_t)value != m.stamp) {
-            frameRefusal(fail, ReadFailure::kWrongStamp, 1, (uint32_t)(item1 - bytes), value);
+            fail.refuse(ReadFailure::kWrongStamp, 1, (uint32_t)(item1 - bytes), 0, value);
             rc = INTFVELMOR_ERR_FRAME;
         } else if (m.members[type]) {
             rc = unserializeAs(*m.members[type], b, &p, end, who);

@@ -24,14 +24,7 @@ namespace {
 IV_NOTIFICATIONS(IV_NTFY_DESC)
 #undef IV_NTFY_DESC
 
-// Rows are in index order, one per entry of the notification block.
-#define IV_NTFY_POSITION(idx, x, ...) kPosition_##x,
-enum { IV_NOTIFICATIONS(IV_NTFY_POSITION) kNotificationCount };
-#undef IV_NTFY_POSITION
-static_assert(kNotificationCount == INTFVELMOR_NTFY_COUNT, "one row per notification");
-#define IV_NTFY_INDEX(idx, x, ...) static_assert(kPosition_##x == idx, #x ": index out of order");
-IV_NOTIFICATIONS(IV_NTFY_INDEX)
-#undef IV_NTFY_INDEX
+IV_CHECK_ROWS(IV_NOTIFICATIONS, INTFVELMOR_NTFY_COUNT, notification)
 
 }  // namespace
 

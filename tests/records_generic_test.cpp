@@ -44,10 +44,7 @@ void fillRandom(const iv::TypeDesc &d, uint8_t *rec, Rng &rng)
         case iv::Form::ArrayU32: {
             // Counts up to a few past the bound: the count travels unchanged.
             uint32_t count = rng() % (f.cap + 4u);
-            if (f.countWidth() == 1)
-                rec[f.countOffset()] = (uint8_t)count;
-            else
-                memcpy(rec + f.countOffset(), &count, 4);
+            f.setCount(rec, count);
             for (uint32_t k = 0; k < f.cap; ++k) {
                 if (f.form == iv::Form::ArrayRec) {
                     fillRandom(*f.sub(), m + k * f.stride(), rng);
@@ -141,9 +138,7 @@ uint32_t be32(const uint8_t *p) { return (uint32_t)p[0] << 24 | p[1] << 16 | p[2
 
 uint32_t countOf(const iv::Field &f, const uint8_t *rec)
 {
-    uint32_t n = rec[f.countOffset()];
-    if (f.countWidth() == 4)
-        memcpy(&n, rec + f.countOffset(), 4);
+    uint32_t n = f.countIn(rec);
     return n < f.cap ? n : f.cap;
 }
 

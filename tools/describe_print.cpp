@@ -50,11 +50,6 @@ void scalar(std::string &out, Form form, const uint8_t *m)
     }
 }
 
-uint32_t countOf(const Field &f, const uint8_t *rec)
-{
-    return f.countWidth() == 1 ? rec[f.countOffset()] : load<uint32_t>(rec + f.countOffset());
-}
-
 // Characters that travel: a text without its NUL is cut one short of its field.
 size_t textLen(const Field &f, const uint8_t *m)
 {
@@ -182,7 +177,7 @@ uint32_t printTree(std::string &out, const TypeDesc &d, const void *rec, uint32_
         }
         case Form::ArrayRec:
         case Form::ArrayU32: {
-            uint32_t count = countOf(*f, base);
+            uint32_t count = f->countIn(base);
             uint32_t n = count < f->cap ? count : f->cap;
             std::string countName = std::string(memberName(d, *f)) + "Count";
             lead(out, indent, countName.c_str(), f->countTag(), at);
@@ -233,7 +228,7 @@ void printJson(std::string &out, const TypeDesc &d, const void *rec)
         case Form::Table: {
             uint32_t n = f.cap;
             if (f.form != Form::Table) {
-                uint32_t count = countOf(f, base);
+                uint32_t count = f.countIn(base);
                 jsonKey(out, memberName(d, f), "Count");
                 appendf(out, "%" PRIu32 ",", count);
                 n = count < f.cap ? count : f.cap;

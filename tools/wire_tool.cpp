@@ -937,10 +937,7 @@ void fillRecord(const TypeDesc &d, uint8_t *base, const json &j, const std::stri
                     reject(here + format(": %zu elements, at most %u travel", given,
                                          (unsigned)f->cap));
                 count = (uint32_t)given;
-                if (f->countWidth() == 1)
-                    base[f->countOffset()] = (uint8_t)count;
-                else
-                    memcpy(base + f->countOffset(), &count, 4);
+                f->setCount(base, count);
             }
             uint32_t travel = count < f->cap ? count : f->cap;
             if (given != travel)

@@ -8,29 +8,19 @@
 
 namespace iv {
 
-inline uint32_t bigEndian(uint32_t v)
-{
 #if __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
-    return v;
+inline uint32_t bigEndian(uint32_t v) { return v; }
+inline uint64_t bigEndian64(uint64_t v) { return v; }
 #else
-    return __builtin_bswap32(v);
+inline uint32_t bigEndian(uint32_t v) { return __builtin_bswap32(v); }
+inline uint64_t bigEndian64(uint64_t v) { return __builtin_bswap64(v); }
 #endif
-}
 
 inline uint32_t rd32(const uint8_t *p)
 {
     uint32_t v;
     memcpy(&v, p, 4);
     return bigEndian(v);
-}
-
-inline uint64_t bigEndian64(uint64_t v)
-{
-#if __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
-    return v;
-#else
-    return __builtin_bswap64(v);
-#endif
 }
 
 inline uint64_t rd64(const uint8_t *p)

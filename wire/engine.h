@@ -4,6 +4,7 @@
 
 #include <stddef.h>
 #include <stdint.h>
+#include <string.h>
 
 #include "base/log.h"
 
@@ -57,6 +58,21 @@ struct Field {
             return offset - (count & kCountGap);
         uint32_t end = offset + cap * stride(), w = countWidth();
         return (end + w - 1) & ~(w - 1);  // w is 1 or 4: no division call on small cores
+    }
+    // Arrays: the count member of rec, read and written at its own width.
+    uint32_t countIn(const uint8_t *rec) const
+    {
+        uint32_t n = rec[countOffset()];
+        if (countWidth() == 4)
+            memcpy(&n, rec + countOffset(), 4);
+        return n;
+    }
+    void setCount(uint8_t *rec, uint32_t n) const
+    {
+        if (countWidth() == 1)
+            rec[countOffset()] = (uint8_t)n;
+        else
+            memcpy(rec + countOffset(), &n, 4);
     }
 };
 
@@ -172,6 +188,21 @@ struct ReadFailure {
     uint32_t textLen;      // characters of a refused text, NUL not counted
     uint32_t cap;          // its field, NUL included
     Step path[kMaxDepth];  // innermost first
+
+    // Records a refusal of item `item` at offset `at` (counted from start), in
+    // the record at `from`, having found `value`; whatever else the reason
+    // needs is set after.
+    void refuse(Reason why, uint32_t item, uint32_t at, uint32_t from, uint64_t value)
+    {
+        reason = why;
+        depth = 0;
+        pathCut = false;
+        tag = item;
+        offset = at;
+        base = from;
+        found = value;
+        length = left = textLen = cap = 0;
+    }
 
     // Adds the enclosing level as a read unwinds.
     void step(size_t field, uint32_t element)
