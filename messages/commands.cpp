@@ -23,12 +23,17 @@ namespace {
 // A body without members has no description.
 #define IV_CMD_DESC(idx, X, entryName, magic, stamp, magicName, req, res)                    \
     const iv::MsgDesc ivMsg_##X = {                                                          \
-        #X, #X, magicName, magic, stamp, idx, false,                                         \
+        #X, #X, magic, stamp, idx, false,                                                    \
         {IV_IF_MEMBERS(req)(&iv::Desc<ivReq_##X>::d) IV_IF_NONE(req)(nullptr),               \
          IV_IF_MEMBERS(res)(&iv::Desc<ivRes_##X>::d) IV_IF_NONE(res)(nullptr)},              \
         {iv::bodySize<ivReq_##X>(), iv::bodySize<ivRes_##X>()}};
 IV_COMMANDS(IV_CMD_DESC)
 #undef IV_CMD_DESC
+
+#define IV_CMD_MAGIC_NAME(idx, X, entryName, magic, stamp, magicName, ...) \
+    static_assert(iv::isMagicName(magicName, #X, false), #X ": the magic name is not composed from the name");
+IV_COMMANDS(IV_CMD_MAGIC_NAME)
+#undef IV_CMD_MAGIC_NAME
 
 IV_CHECK_ROWS(IV_COMMANDS, INTFVELMOR_CMD_COUNT, command)
 

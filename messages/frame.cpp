@@ -40,10 +40,30 @@ FnName plainName(const MsgDesc &m, Callback cb) { return {kCbNames[cb][m.ntfy ? 
 
 bool knownType(int32_t type) { return type == kReq || type == kRes; }
 
+// The magic name of m, composed into out (kMagicNameSize bytes, which every
+// row's name fits).
+const char *magicNameOf(const MsgDesc &m, char *out)
+{
+    char *o = out;
+    for (const char *c = m.ntfy ? kMagicNtfyPrefix : kMagicCmdPrefix; *c;)
+        *o++ = *c++;
+    for (const char *c = m.name; *c;)
+        *o++ = capital(*c++);
+    *o = 0;
+    return out;
+}
+
+[[noreturn]] __attribute__((noinline)) void magicMismatch(const MsgDesc &m, FnName fn, int line,
+                                                          const BodyHead *b)
+{
+    char name[kMagicNameSize];
+    magicBroken(fn, line, "Check Magic", magicNameOf(m, name), m.magic, b, b->magic);
+}
+
 void checkMagic(const MsgDesc &m, FnName fn, int line, const BodyHead *b)
 {
     if (b->magic != m.magic)
-        magicBroken(fn, line, "Check Magic", m.magicName, m.magic, b, b->magic);
+        magicMismatch(m, fn, line, b);
 }
 
 void logNull(FnName fn, int line) { log(kErr, fn, line, "Ctx[NULL] text[%s]\n", ""); }
@@ -297,7 +317,8 @@ uint32_t readBody(const MsgDesc &m, int32_t type, const uint8_t *bytes, const ui
     } else if (value != m.magic) {
         fail.refuse(ReadFailure::kForeignMagic, 0, 0, 0, value);
         // Another message's bytes: refused here, before any magic check aborts.
-        IV_LOG(kErr, fn, "Check Magic[%s-%X] Ctx[ptr(%p) magic(%X)] text[%s]\n", m.magicName,
+        char name[kMagicNameSize];
+        IV_LOG(kErr, fn, "Check Magic[%s-%X] Ctx[ptr(%p) magic(%X)] text[%s]\n", magicNameOf(m, name),
                m.magic, (const void *)fail.start, (uint32_t)fail.found, "refused");
         rc = INTFVELMOR_ERR_FRAME;
     } else {

@@ -18,7 +18,6 @@ struct BodyHead {
 struct MsgDesc {
     const char *name;      // as in the body callbacks' names: getCCAStatistic, beaconReport
     const char *sendName;  // as in sendReq/recvReq: getCCAStatistic, ntfyBeaconReport
-    const char *magicName;
     uint32_t magic;
     uint16_t stamp;
     uint8_t index;
@@ -26,6 +25,29 @@ struct MsgDesc {
     const TypeDesc *members[2];  // by body type; null when the body has no members
     uint16_t size[2];            // whole body, head included
 };
+
+// A message's magic name, as the header spells it: the prefix of its kind,
+// then its name in capitals. Not stored: lines compose it (magicNameOf), and
+// each row's name is checked against it when the library is built.
+constexpr char kMagicCmdPrefix[] = "INTFVELMOR_MAGIC_MSGCMD_";
+constexpr char kMagicNtfyPrefix[] = "INTFVELMOR_MAGIC_MSGNTFY_";
+constexpr unsigned kMagicNameSize = 64;
+constexpr char capital(char c) { return c >= 'a' && c <= 'z' ? (char)(c - 'a' + 'A') : c; }
+constexpr bool spellsMagicName(const char *magicName, const char *name, bool ntfy)
+{
+    for (const char *c = ntfy ? kMagicNtfyPrefix : kMagicCmdPrefix; *c; ++c)
+        if (*magicName++ != *c)
+            return false;
+    for (; *name; ++name)
+        if (*magicName++ != capital(*name))
+            return false;
+    return *magicName == 0;
+}
+template <unsigned N>
+constexpr bool isMagicName(const char (&magicName)[N], const char *name, bool ntfy)
+{
+    return N <= kMagicNameSize && spellsMagicName(magicName, name, ntfy);
+}
 
 enum BodyType : int32_t { kReq = 0, kRes = 1 };
 

@@ -18,11 +18,16 @@ IV_NOTIFICATIONS(IV_NTFY_FIELDS)
 namespace {
 
 #define IV_NTFY_DESC(idx, x, X, entryName, magic, stamp, magicName, members)                 \
-    const iv::MsgDesc ivMsg_##x = {#x, "ntfy" #X, magicName, magic, stamp, idx, true,         \
+    const iv::MsgDesc ivMsg_##x = {#x, "ntfy" #X, magic, stamp, idx, true,                    \
                                    {&iv::Desc<ivNtfy_##x>::d, nullptr},                      \
                                    {iv::bodySize<ivNtfy_##x>(), 0}};
 IV_NOTIFICATIONS(IV_NTFY_DESC)
 #undef IV_NTFY_DESC
+
+#define IV_NTFY_MAGIC_NAME(idx, x, X, entryName, magic, stamp, magicName, ...) \
+    static_assert(iv::isMagicName(magicName, #x, true), #x ": the magic name is not composed from the name");
+IV_NOTIFICATIONS(IV_NTFY_MAGIC_NAME)
+#undef IV_NTFY_MAGIC_NAME
 
 IV_CHECK_ROWS(IV_NOTIFICATIONS, INTFVELMOR_NTFY_COUNT, notification)
 
