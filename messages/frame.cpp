@@ -286,6 +286,49 @@ uint32_t unserializeBodyBounded(const MsgDesc &m, int32_t type, const uint8_t *b
     return readBody(m, type, bytes, end, out, outSize, fail);
 }
 
+namespace {
+
+// Whether the frame items at p are exactly m's: tag 0, length 4, the magic;
+// tag 1, length 4, the stamp. Most bodies are; any other bytes are read item
+// by item, which refuses them or takes what the format allows.
+bool framed(const MsgDesc &m, const uint8_t *p, const uint8_t *end)
+{
+    return (!end || (uint32_t)(end - p) >= kFrameSize) && rd32(p) == 0 && rd32(p + 4) == 4 &&
+           rd32(p + 8) == m.magic && rd32(p + 12) == 1 && rd32(p + 16) == 4 &&
+           (uint16_t)rd32(p + 20) == m.stamp;
+}
+
+// The frame items read one by one, reporting as `who`: 0 with p past them.
+uint32_t readFrame(const MsgDesc &m, const Reporter &who, const uint8_t *&p, const uint8_t *end)
+{
+    ReadFailure &fail = *who.fail;
+    const uint8_t *bytes = p;
+    uint32_t value = 0;
+    if (readScalar32(who, p, end, 0, value)) {
+        errorBefore(who, 1);
+        return INTFVELMOR_ERR_FRAME;
+    }
+    if (value != m.magic) {
+        fail.refuse(ReadFailure::kForeignMagic, 0, 0, 0, value);
+        // Another message's bytes: refused here, before any magic check aborts.
+        char name[kMagicNameSize];
+        IV_LOG(kErr, who.fn, "Check Magic[%s-%X] Ctx[ptr(%p) magic(%X)] text[%s]\n",
+               magicNameOf(m, name), m.magic, (const void *)fail.start, (uint32_t)fail.found,
+               "refused");
+        return INTFVELMOR_ERR_FRAME;
+    }
+    const uint8_t *item1 = p;
+    if (readScalar32(who, p, end, 1, value))
+        return INTFVELMOR_ERR_FRAME;
+    if ((uint16_t)value != m.stamp) {
+        fail.refuse(ReadFailure::kWrongStamp, 1, (uint32_t)(item1 - bytes), 0, value);
+        return INTFVELMOR_ERR_FRAME;
+    }
+    return 0;
+}
+
+}  // namespace
+
 uint32_t readBody(const MsgDesc &m, int32_t type, const uint8_t *bytes, const uint8_t *end,
                   void **out, uint32_t *outSize, ReadFailure &fail)
 {
@@ -310,28 +353,11 @@ uint32_t readBody(const MsgDesc &m, int32_t type, const uint8_t *bytes, const ui
     fail.start = bytes;
     Reporter who{fn, bytes, &fail};
     const uint8_t *p = bytes;
-    uint32_t value = 0, rc = 0;
-    if (readScalar32(who, p, end, 0, value)) {
-        errorBefore(who, 1);
-        rc = INTFVELMOR_ERR_FRAME;
-    } else if (value != m.magic) {
-        fail.refuse(ReadFailure::kForeignMagic, 0, 0, 0, value);
-        // Another message's bytes: refused here, before any magic check aborts.
-        char name[kMagicNameSize];
-        IV_LOG(kErr, fn, "Check Magic[%s-%X] Ctx[ptr(%p) magic(%X)] text[%s]\n", magicNameOf(m, name),
-               m.magic, (const void *)fail.start, (uint32_t)fail.found, "refused");
-        rc = INTFVELMOR_ERR_FRAME;
-    } else {
-        b->magic = value;
-        const uint8_t *item1 = p;
-        if (readScalar32(who, p, end, 1, value)) {
-            rc = INTFVELMOR_ERR_FRAME;
-        } else if ((uint16_t)value != m.stamp) {
-            fail.refuse(ReadFailure::kWrongStamp, 1, (uint32_t)(item1 - bytes), 0, value);
-            rc = INTFVELMOR_ERR_FRAME;
-        } else if (m.members[type]) {
+    uint32_t rc = framed(m, p, end) ? (p += kFrameSize, 0) : readFrame(m, who, p, end);
+    if (!rc) {
+        b->magic = m.magic;
+        if (m.members[type])
             rc = unserializeAs(*m.members[type], b, &p, end, who);
-        }
     }
     if (rc) {
         release(b);
