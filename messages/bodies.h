@@ -93,4 +93,4 @@ IV_COMMANDS(IV_CMD_EMPTY)
 
 // Describes a body's members, numbered from 3, after its head.
 #define IV_BODY(T, ...) \
-    IV_DESCRIBE(T, offsetof(T, ref) + sizeof(uint16_t), 2, __VA_ARGS__)
+    IV_DESCRIBE(T, "", offsetof(T, ref) + sizeof(uint16_t), 2, __VA_ARGS__)

@@ -21,6 +21,7 @@
 #include "messages/catalogue.h"
 #include "messages/frame.h"
 #include "tolkRefHost.h"
+#include "types/names.h"
 #include "tools/describe_print.h"
 #include "wire/bytes.h"
 
@@ -142,7 +143,7 @@ void show(const Exchange &e, size_t seq, const void *body)
         out = "{\"seq\":" + std::to_string(seq) + ",\"message\":\"" + e.m->name +
               "\",\"kind\":\"" + kindOf(e) + "\",\"from\":\"" + kNames[e.from] + "\",\"to\":\"" +
               kNames[e.to] + "\",\"bodyType\":" + std::to_string(e.type) + ",\"body\":\"" +
-              (d ? d->name() : "ivEmptyBody") + "\",\"size\":" + std::to_string(e.wire.size()) +
+              (d ? iv::typeName(*d) : "ivEmptyBody") + "\",\"size\":" + std::to_string(e.wire.size()) +
               ",\"bytes\":\"";
         for (uint8_t b : e.wire) {
             out += "0123456789abcdef"[b >> 4];
@@ -158,7 +159,7 @@ void show(const Exchange &e, size_t seq, const void *body)
         char head[256];
         snprintf(head, sizeof head, "#%zu %s %s  %s -> %s  body type %d (%s)  %zu bytes\n", seq,
                  e.m->name, kindOf(e), kNames[e.from], kNames[e.to], (int)e.type,
-                 d ? d->name() : "ivEmptyBody", e.wire.size());
+                 d ? iv::typeName(*d) : "ivEmptyBody", e.wire.size());
         out = head;
         ivtool::hexDump(out, e.wire.data(), (uint32_t)e.wire.size(), 4);
         if (d && ivtool::printTree(out, *d, body, kFrameSize, 4) != e.wire.size())

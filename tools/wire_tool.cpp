@@ -317,7 +317,7 @@ void follow(const iv::ReadFailure &fail, const TypeDesc *d, const char *root, St
             break;
         const Field &f = iv::fieldsOf(*d)[s.field];
         std::string name = ivtool::memberName(*d, f);
-        stop.holder = k + 1 == fail.depth ? root : d->name();
+        stop.holder = k + 1 == fail.depth ? root : iv::typeName(*d);
         if (s.element == iv::ReadFailure::kCount) {
             stop.path = join(stop.path, name + "Count");
             stop.form = f.countWidth() == 1 ? "u8" : "u32";
@@ -881,7 +881,7 @@ void fillElement(const Field &f, uint8_t *e, const json &v, const std::string &p
 void fillRecord(const TypeDesc &d, uint8_t *base, const json &j, const std::string &path)
 {
     if (!j.is_object())
-        reject(path + ": expected an object (" + d.name() + "), got " + kindOf(j));
+        reject(path + ": expected an object (" + iv::typeName(d) + "), got " + kindOf(j));
     for (auto it = j.begin(); it != j.end(); ++it) {
         bool known = false;
         for (const Field *f = iv::fieldsOf(d), *e = f + d.count; f != e && !known; ++f)
@@ -889,7 +889,7 @@ void fillRecord(const TypeDesc &d, uint8_t *base, const json &j, const std::stri
                     ((f->form == Form::ArrayRec || f->form == Form::ArrayU32) &&
                      it.key() == std::string(ivtool::memberName(d, *f)) + "Count");
         if (!known)
-            reject(join(path, it.key()) + ": " + d.name() + " has no such member (its members: " +
+            reject(join(path, it.key()) + ": " + iv::typeName(d) + " has no such member (its members: " +
                    memberList(d) + ")");
     }
     for (const Field *f = iv::fieldsOf(d), *e = f + d.count; f != e; ++f) {

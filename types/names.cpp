@@ -14,10 +14,14 @@ namespace iv {
     template <>                                     \
     const TypeDesc Desc<T>::d;                      \
     template <>                                     \
+    const char *const MemberNames<T>::type;         \
+    template <>                                     \
     const char *const MemberNames<T>::text;         \
     template <>                                     \
     const Field *const MemberNames<T>::fields;
 #define IV_DECLARE_RECORD_NAMES(T)                  \
+    template <>                                     \
+    const char *const MemberNames<T>::type;         \
     template <>                                     \
     const char *const MemberNames<T>::text;         \
     template <>                                     \
@@ -32,6 +36,7 @@ namespace {
 
 struct Names {
     const TypeDesc *d;
+    const char *const *type;
     const char *const *text;
     const Field *const *fields;
 };
@@ -40,9 +45,10 @@ template <class T>
 constexpr Names entry()
 {
     if constexpr (!hasMembers<T>)
-        return {nullptr, nullptr, nullptr};
+        return {nullptr, nullptr, nullptr, nullptr};
     else
-        return {&Desc<T>::d, &MemberNames<T>::text, &MemberNames<T>::fields};
+        return {&Desc<T>::d, &MemberNames<T>::type, &MemberNames<T>::text,
+                &MemberNames<T>::fields};
 }
 
 #define IV_RECORD_ENTRY(T) entry<T>(),
@@ -65,6 +71,12 @@ const Field *fieldsOf(const TypeDesc &d)
 {
     const Names *n = find(d);
     return n ? *n->fields : nullptr;
+}
+
+const char *typeName(const TypeDesc &d)
+{
+    const Names *n = find(d);
+    return n ? *n->type : d.name();
 }
 
 const char *memberName(const TypeDesc &d, size_t i)

@@ -9,6 +9,10 @@
 
 namespace iv {
 
+// The name of d's type, message bodies' too ("ivRes_getCCAStatistic"); a
+// description that is not the library's gives its own name.
+const char *typeName(const TypeDesc &d);
+
 // The name of field i of d, as in its struct ("v3", "stations"), or null
 // when d is not a description of the library or i is out of its range.
 const char *memberName(const TypeDesc &d, size_t i);

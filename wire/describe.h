@@ -419,12 +419,15 @@ struct TypeTables {
     static_assert(sizeof(T) < 0x10000 && sizeof all / sizeof all[0] < 0x10000,              \
                   #T ": too large for a 16-bit size or member count");
 
-// Describes record type T; its fields in wire order.
-#define IV_RECORD(T, ...) IV_DESCRIBE(T, 0, 0, __VA_ARGS__)
+// Describes record type T; its fields in wire order. Its name is kept with
+// its steps: the lines of its failures carry it.
+#define IV_RECORD(T, ...) IV_DESCRIBE(T, #T, 0, 0, __VA_ARGS__)
 
 // The same for a struct whose first members (ending at `start`, taking
-// `headInits` initializers) are not described: a message body's head.
-#define IV_DESCRIBE(T, start, headInits, ...)                                              \
+// `headInits` initializers) are not described, and whose name no line
+// carries (`kept` is "", the tools find it through types/names.h): a
+// message body.
+#define IV_DESCRIBE(T, kept, start, headInits, ...)                                        \
     namespace {                                                                            \
     struct ivFields_##T {                                                                  \
         using Self = T;                                                                    \
@@ -432,11 +435,12 @@ struct TypeTables {
         IV_CHECK_LAYOUT(T, all, start, headInits)                                          \
         static constexpr auto list = ::iv::fieldsOf(all);                                  \
         static constexpr auto names = ::iv::namesOf<::iv::namesLength(all)>(all);          \
+        static constexpr auto title = ::iv::textOf(#T);                                    \
         static_assert(list.size() < 128, #T ": steps name their field in 8 bits");        \
         static constexpr auto big = ::iv::compile<2 * list.size()>(all); \
         static_assert(big.fixedWire < 0x10000, #T ": too many scalar members");            \
-        using Tables = ::iv::TypeTables<big.count, sizeof #T>;                             \
-        static constexpr Tables tables = {::iv::stepsOf<big.count>(big), ::iv::textOf(#T)}; \
+        using Tables = ::iv::TypeTables<big.count, sizeof kept>;                           \
+        static constexpr Tables tables = {::iv::stepsOf<big.count>(big), ::iv::textOf(kept)}; \
         static_assert(offsetof(Tables, name) == sizeof tables.steps,                       \
                       #T ": the tables lie side by side");                                 \
     };                                                                                     \
@@ -447,6 +451,8 @@ struct TypeTables {
                                  (uint16_t)sizeof(T), (uint8_t)ivFields_##T::big.count,    \
                                  (uint8_t)ivFields_##T::big.firstVar,                      \
                                  (uint16_t)ivFields_##T::big.fixedWire};                   \
+    template <>                                                                            \
+    const char *const MemberNames<T>::type = ivFields_##T::title.data();                   \
     template <>                                                                            \
     const char *const MemberNames<T>::text = ivFields_##T::names.data();                   \
     template <>                                                                            \

@@ -126,7 +126,8 @@ struct TypeDesc {
     uint16_t fixedWire; // wire bytes of the scalar runs
 
     const Step *steps() const { return (const Step *)tables; }
-    // The type's own name, as in log lines.
+    // The type's own name, as in log lines; empty for message bodies, whose
+    // names no line carries (tools find every name through types/names.h).
     const char *name() const { return (const char *)(steps() + nsteps); }
 };
 
@@ -145,6 +146,7 @@ struct Desc {
 // types/names.h): the shared library's link drops them.
 template <class T>
 struct MemberNames {
+    static const char *const type;  // T's name, bodies' too
     static const char *const text;
     static const Field *const fields;
 };
