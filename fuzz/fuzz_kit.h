@@ -45,7 +45,7 @@ struct RecordOps {
 };
 
 #define IVFUZZ_OPS(T)                                                                      \
-    RecordOps{#T, &iv::Desc<T>::d, sizeof(T),                                              \
+    RecordOps{#T, &iv::descOf<T>(), sizeof(T),                                              \
               [](void *r, const uint8_t **p, const uint8_t *e) {                           \
                   return intfVelmor_##T##_unserialize_bounded((T *)r, p, e);               \
               },                                                                           \

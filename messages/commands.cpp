@@ -24,8 +24,8 @@ namespace {
 #define IV_CMD_DESC(idx, X, entryName, magic, stamp, magicName, req, res)                    \
     const iv::MsgDesc ivMsg_##X = {                                                          \
         #X, #X, magic, stamp, idx, false,                                                    \
-        {IV_IF_MEMBERS(req)(&iv::Desc<ivReq_##X>::d) IV_IF_NONE(req)(nullptr),               \
-         IV_IF_MEMBERS(res)(&iv::Desc<ivRes_##X>::d) IV_IF_NONE(res)(nullptr)},              \
+        {IV_IF_MEMBERS(req)(&iv::Desc<ivReq_##X>::d.head) IV_IF_NONE(req)(nullptr),          \
+         IV_IF_MEMBERS(res)(&iv::Desc<ivRes_##X>::d.head) IV_IF_NONE(res)(nullptr)},         \
         {iv::bodySize<ivReq_##X>(), iv::bodySize<ivRes_##X>()}};
 IV_COMMANDS(IV_CMD_DESC)
 #undef IV_CMD_DESC

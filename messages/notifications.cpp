@@ -19,7 +19,7 @@ namespace {
 
 #define IV_NTFY_DESC(idx, x, X, entryName, magic, stamp, magicName, members)                 \
     const iv::MsgDesc ivMsg_##x = {#x, "ntfy" #X, magic, stamp, idx, true,                    \
-                                   {&iv::Desc<ivNtfy_##x>::d, nullptr},                      \
+                                   {&iv::Desc<ivNtfy_##x>::d.head, nullptr},                 \
                                    {iv::bodySize<ivNtfy_##x>(), 0}};
 IV_NOTIFICATIONS(IV_NTFY_DESC)
 #undef IV_NTFY_DESC

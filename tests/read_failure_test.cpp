@@ -27,7 +27,7 @@ unsigned depthOf(const iv::TypeDesc &d)
 // A path deeper than the record holds loses its outer steps.
 TEST(ReadFailure, EveryDescriptionNestsWithinThePath)
 {
-#define IV_DEPTH(T) EXPECT_LE(depthOf(iv::Desc<T>::d), ReadFailure::kMaxDepth) << #T;
+#define IV_DEPTH(T) EXPECT_LE(depthOf(iv::descOf<T>()), ReadFailure::kMaxDepth) << #T;
     INTFVELMOR_RECORD_TYPES(IV_DEPTH)
 #undef IV_DEPTH
     auto bodies = [](const iv::MsgDesc *const *all, uint32_t n) {

@@ -76,7 +76,7 @@ void checkType(int rounds)
     Rng rng(12345u + (uint32_t)sizeof(T));
     for (int r = 0; r < rounds; ++r) {
         std::unique_ptr<T> rec(new T()), back(new T()), copied(new T()), bounded(new T());
-        fillRandom(iv::Desc<T>::d, (uint8_t *)rec.get(), rng);
+        fillRandom(iv::descOf<T>(), (uint8_t *)rec.get(), rng);
 
         // serialize writes exactly serialize_lg bytes and nothing past them.
         uint32_t lg = Ops<T>::lg(rec.get());
@@ -223,12 +223,12 @@ void checkChains()
 {
     Rng rng(777u + (uint32_t)sizeof(T));
     std::unique_ptr<T> rec(new T());
-    fillRandom(iv::Desc<T>::d, (uint8_t *)rec.get(), rng);
+    fillRandom(iv::descOf<T>(), (uint8_t *)rec.get(), rng);
     // Lines name the input by address: every case reads from this one buffer.
     std::vector<uint8_t> bytes = encode(*rec);
     Walk w{bytes.data(), {}, {}};
     size_t end = 0;
-    w.record(iv::Desc<T>::d, (const uint8_t *)rec.get(), end, {});
+    w.record(iv::descOf<T>(), (const uint8_t *)rec.get(), end, {});
     ASSERT_EQ(bytes.size(), end) << Ops<T>::name;
 
     // Large records: a stride through their items still meets every level.
@@ -250,7 +250,7 @@ void checkChains()
             iv::ReadFailure got{};
             got.start = bytes.data();
             p = bytes.data();
-            ASSERT_EQ(4u, iv::readRecord(iv::Desc<T>::d, back.get(), &p,
+            ASSERT_EQ(4u, iv::readRecord(iv::descOf<T>(), back.get(), &p,
                                          bounded ? bytes.data() + bytes.size() : nullptr, got));
             EXPECT_EQ(iv::ReadFailure::kWrongTag, got.reason);
             EXPECT_EQ(f.tag, got.tag);

@@ -124,7 +124,7 @@ struct RecordType {
 };
 
 #define IV_TOOL_RECORD(T)                                                                     \
-    {#T, &iv::Desc<T>::d,                                                                     \
+    {#T, &iv::descOf<T>(),                                                                     \
      [](const void *r, uint8_t **p) { return intfVelmor_##T##_serialize((const T *)r, p); }, \
      [](const void *r) { return intfVelmor_##T##_serialize_lg((const T *)r); }},
 const RecordType kRecords[] = {INTFVELMOR_RECORD_TYPES(IV_TOOL_RECORD)};

@@ -7,7 +7,7 @@
 namespace iv {
 #define IV_DECLARE_DESC(T) \
     template <>            \
-    const TypeDesc Desc<T>::d;
+    const DescTables<T> Desc<T>::d;
 INTFVELMOR_RECORD_TYPES(IV_DECLARE_DESC)
 #undef IV_DECLARE_DESC
 

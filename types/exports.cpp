@@ -16,32 +16,32 @@ extern "C" void ivCleanNothing(void *) {}
 #define IV_RECORD_OPS(T)                                                                  \
     extern "C" IV_EXPORT uint32_t intfVelmor_##T##_copy(T *dst, const T *src)              \
     {                                                                                     \
-        return ::iv::recCopy(dst, src, ::iv::Desc<T>::d);                                 \
+        return ::iv::recCopy(dst, src, ::iv::descOf<T>());                                 \
     }                                                                                     \
     extern "C" IV_EXPORT void intfVelmor_##T##_clean(T *rec)                              \
         __attribute__((alias("ivCleanNothing")));                                         \
     extern "C" IV_EXPORT uint32_t intfVelmor_##T##_serialize_lg(const T *rec)             \
     {                                                                                     \
-        return ::iv::recLength(rec, ::iv::Desc<T>::d);                                    \
+        return ::iv::recLength(rec, ::iv::descOf<T>());                                    \
     }                                                                                     \
     extern "C" IV_EXPORT uint32_t intfVelmor_##T##_serialize(const T *rec, uint8_t **pos)  \
     {                                                                                     \
-        return ::iv::recSerialize(rec, pos, ::iv::Desc<T>::d);                            \
+        return ::iv::recSerialize(rec, pos, ::iv::descOf<T>());                            \
     }                                                                                     \
     extern "C" IV_EXPORT uint32_t intfVelmor_##T##_unserialize(T *rec, const uint8_t **pos) \
     {                                                                                     \
-        return ::iv::recUnserialize(rec, pos, ::iv::Desc<T>::d);                          \
+        return ::iv::recUnserialize(rec, pos, ::iv::descOf<T>());                          \
     }                                                                                     \
     extern "C" IV_EXPORT uint32_t intfVelmor_##T##_unserialize_bounded(                   \
         T *rec, const uint8_t **pos, const uint8_t *end)                                  \
     {                                                                                     \
-        return ::iv::recUnserializeBounded(rec, pos, end, ::iv::Desc<T>::d);              \
+        return ::iv::recUnserializeBounded(rec, pos, end, ::iv::descOf<T>());              \
     }
 
 INTFVELMOR_RECORD_TYPES(IV_RECORD_OPS)
 
 namespace iv {
 #define IV_TYPE_ENTRY(T) &Desc<T>::d,
-const TypeDesc *const recordTypes[] = {INTFVELMOR_RECORD_TYPES(IV_TYPE_ENTRY)};
+const void *const recordTypes[] = {INTFVELMOR_RECORD_TYPES(IV_TYPE_ENTRY)};
 #undef IV_TYPE_ENTRY
 }  // namespace iv

@@ -12,7 +12,7 @@ namespace iv {
 // members have none.
 #define IV_DECLARE_BODY(T)                          \
     template <>                                     \
-    const TypeDesc Desc<T>::d;                      \
+    const DescTables<T> Desc<T>::d;                 \
     template <>                                     \
     const char *const MemberNames<T>::type;         \
     template <>                                     \
@@ -35,7 +35,7 @@ IV_NOTIFICATIONS(IV_DECLARE_NTFY)
 namespace {
 
 struct Names {
-    const TypeDesc *d;
+    const void *d;  // Desc<T>::d, whose head is the TypeDesc
     const char *const *type;
     const char *const *text;
     const Field *const *fields;
@@ -60,7 +60,7 @@ const Names kNames[] = {INTFVELMOR_RECORD_TYPES(IV_RECORD_ENTRY) IV_COMMANDS(IV_
 const Names *find(const TypeDesc &d)
 {
     for (const Names &n : kNames)
-        if (n.d == &d)
+        if (n.d == static_cast<const void *>(&d))
             return &n;
     return nullptr;
 }

@@ -389,14 +389,6 @@ constexpr std::array<char, L> textOf(const char (&s)[L])
     return text;
 }
 
-// What TypeDesc points to: its steps and name, in this order and without a
-// gap (TypeDesc finds the name from the count of steps).
-template <size_t S, size_t L>
-struct TypeTables {
-    std::array<Step, S> steps;
-    std::array<char, L> name;
-};
-
 }  // namespace iv
 
 #define IV_MEMBER(m, tag) ::iv::member<decltype(Self::m)>(offsetof(Self, m), tag, #m)
@@ -439,18 +431,26 @@ struct TypeTables {
         static_assert(list.size() < 128, #T ": steps name their field in 8 bits");        \
         static constexpr auto big = ::iv::compile<2 * list.size()>(all); \
         static_assert(big.fixedWire < 0x10000, #T ": too many scalar members");            \
-        using Tables = ::iv::TypeTables<big.count, sizeof kept>;                           \
-        static constexpr Tables tables = {::iv::stepsOf<big.count>(big), ::iv::textOf(kept)}; \
-        static_assert(offsetof(Tables, name) == sizeof tables.steps,                       \
-                      #T ": the tables lie side by side");                                 \
     };                                                                                     \
     }                                                                                      \
     namespace iv {                                                                         \
     template <>                                                                            \
-    const TypeDesc Desc<T>::d = {&ivFields_##T::tables, (uint16_t)ivFields_##T::list.size(), \
-                                 (uint16_t)sizeof(T), (uint8_t)ivFields_##T::big.count,    \
-                                 (uint8_t)ivFields_##T::big.firstVar,                      \
-                                 (uint16_t)ivFields_##T::big.fixedWire};                   \
+    struct DescTables<T> {                                                                 \
+        TypeDesc head;                                                                     \
+        std::array<Step, ivFields_##T::big.count> steps;                                   \
+        std::array<char, sizeof kept> name;                                                \
+    };                                                                                     \
+    static_assert(offsetof(DescTables<T>, steps) == sizeof(TypeDesc) &&                    \
+                      offsetof(DescTables<T>, name) ==                                     \
+                          sizeof(TypeDesc) + sizeof(Step) * ivFields_##T::big.count,       \
+                  #T ": the steps and the name lie right after the head");                 \
+    template <>                                                                            \
+    const DescTables<T> Desc<T>::d = {                                                     \
+        {(uint16_t)ivFields_##T::list.size(), (uint16_t)sizeof(T),                         \
+         (uint8_t)ivFields_##T::big.count, (uint8_t)ivFields_##T::big.firstVar,            \
+         (uint16_t)ivFields_##T::big.fixedWire},                                           \
+        ::iv::stepsOf<ivFields_##T::big.count>(ivFields_##T::big),                         \
+        ::iv::textOf(kept)};                                                               \
     template <>                                                                            \
     const char *const MemberNames<T>::type = ivFields_##T::title.data();                   \
     template <>                                                                            \

@@ -23,8 +23,13 @@ struct TypeDesc;
 
 // Every record type's description, by its number (records.h order); a
 // nested record names its type by number, so fields carry no pointer and
-// need no relocation.
-extern const TypeDesc *const recordTypes[];
+// need no relocation. Each entry is the address of a DescTables<T> (below),
+// which starts with its TypeDesc.
+extern const void *const recordTypes[];
+inline const TypeDesc &recordType(uint8_t number)
+{
+    return *static_cast<const TypeDesc *>(recordTypes[number]);
+}
 
 // The number of record type T, given where the record types are listed.
 template <class T>
@@ -48,7 +53,7 @@ struct Field {
     static constexpr uint8_t kCountAfter = 0x20;     // declared after the array
     static constexpr uint8_t kCountGap = 0x1F;       // else: bytes from it to the array
 
-    const TypeDesc *sub() const { return recordTypes[type]; }
+    const TypeDesc *sub() const { return &recordType(type); }
     inline uint32_t stride() const;  // element size
     uint32_t countWidth() const { return count & kCountWide ? 4 : 1; }
     uint32_t countTag() const { return count & kCountTagAfter ? tag + 1u : tag - 1u; }
@@ -108,16 +113,15 @@ struct Step {
     // arrays: the element bound.
     uint16_t bound;
 
-    const TypeDesc &sub() const { return *recordTypes[n]; }
+    const TypeDesc &sub() const { return recordType(n); }
 };
 
 static_assert(sizeof(Step) == 8, "a step stays eight bytes");
 
-// A type's steps and name lie one after the other in one constant table
-// (TypeTables in wire/describe.h), which the description points to once:
-// one relocation a type.
+// A type's description: this head, then right after it its steps and its
+// name, all in one constant object (DescTables<T>, wire/describe.h) that
+// holds no pointer, so it needs no relocation and stays in read-only pages.
 struct TypeDesc {
-    const void *tables;
     uint16_t count;     // members described (fields, for the tools)
     uint16_t size;      // sizeof the struct
     uint8_t nsteps;
@@ -125,21 +129,36 @@ struct TypeDesc {
                         // steps whose wire length depends on the contents
     uint16_t fixedWire; // wire bytes of the scalar runs
 
-    const Step *steps() const { return (const Step *)tables; }
+    const Step *steps() const { return reinterpret_cast<const Step *>(this + 1); }
     // The type's own name, as in log lines; empty for message bodies, whose
     // names no line carries (tools find every name through types/names.h).
-    const char *name() const { return (const char *)(steps() + nsteps); }
+    const char *name() const { return reinterpret_cast<const char *>(steps() + nsteps); }
 };
+
+static_assert(sizeof(TypeDesc) == 8 && alignof(Step) <= alignof(TypeDesc),
+              "a type's steps start right after its head");
 
 static_assert(sizeof(Field) == 8, "a field stays eight bytes");
 
 inline uint32_t Field::stride() const { return form == Form::ArrayU32 ? 4 : sub()->size; }
 
-// The description of record type T, defined once in types/.
+// The description of record type T with its steps and name, defined once
+// where T is described (types/, and messages/ for bodies); elsewhere an
+// incomplete type, reached through descOf<T>().
+template <class T>
+struct DescTables;
+
 template <class T>
 struct Desc {
-    static const TypeDesc d;
+    static const DescTables<T> d;
 };
+
+// T's description (the head of Desc<T>::d, with which it shares its address).
+template <class T>
+inline const TypeDesc &descOf()
+{
+    return *static_cast<const TypeDesc *>(static_cast<const void *>(&Desc<T>::d));
+}
 
 // The names of T's members, NUL after each, and its fields, in field
 // order; defined beside the description. Only tools read them (through
