@@ -18,10 +18,11 @@
 IV_COMMANDS(IV_CMD_FIELDS)
 #undef IV_CMD_FIELDS
 
-namespace {
-
-// A body without members has no description.
+// A body without members has no description. The descriptions have
+// external (hidden) linkage: where code needs one's address, a small core
+// then loads it in one instruction instead of two.
 #define IV_CMD_DESC(idx, X, entryName, magic, stamp, magicName, req, res)                    \
+    extern const iv::MsgDesc ivMsg_##X;                                                      \
     const iv::MsgDesc ivMsg_##X = {                                                          \
         #X, #X, magic, stamp, idx, false,                                                    \
         {IV_IF_MEMBERS(req)(&iv::Desc<ivReq_##X>::d.head) IV_IF_NONE(req)(nullptr),          \
@@ -29,6 +30,8 @@ namespace {
         {iv::bodySize<ivReq_##X>(), iv::bodySize<ivRes_##X>()}};
 IV_COMMANDS(IV_CMD_DESC)
 #undef IV_CMD_DESC
+
+namespace {
 
 #define IV_CMD_MAGIC_NAME(idx, X, entryName, magic, stamp, magicName, ...) \
     static_assert(iv::isMagicName(magicName, #X, false), #X ": the magic name is not composed from the name");

@@ -15,14 +15,15 @@
 IV_NOTIFICATIONS(IV_NTFY_FIELDS)
 #undef IV_NTFY_FIELDS
 
-namespace {
-
 #define IV_NTFY_DESC(idx, x, X, entryName, magic, stamp, magicName, members)                 \
+    extern const iv::MsgDesc ivMsg_##x;                                                      \
     const iv::MsgDesc ivMsg_##x = {#x, "ntfy" #X, magic, stamp, idx, true,                    \
                                    {&iv::Desc<ivNtfy_##x>::d.head, nullptr},                 \
                                    {iv::bodySize<ivNtfy_##x>(), 0}};
 IV_NOTIFICATIONS(IV_NTFY_DESC)
 #undef IV_NTFY_DESC
+
+namespace {
 
 #define IV_NTFY_MAGIC_NAME(idx, x, X, entryName, magic, stamp, magicName, ...) \
     static_assert(iv::isMagicName(magicName, #x, true), #x ": the magic name is not composed from the name");
