@@ -1,12 +1,25 @@
-// Big-endian integers at any address. A copy through memcpy compiles to one
-// load or store (a byte swap beside it on a little-endian CPU, an unaligned
-// pair where the CPU needs one) instead of four byte accesses.
+// Big-endian integers at any address. Each is one access through a packed
+// struct, which the compiler turns into one load or store (a byte swap beside
+// it on a little-endian CPU, an unaligned pair where the CPU needs one, as
+// lwl/lwr on mips) instead of four byte accesses; a memcpy of four bytes
+// would be a call to the C library on mips when built for size.
 #pragma once
 
 #include <stdint.h>
 #include <string.h>
 
 namespace iv {
+
+template <class T>
+struct __attribute__((packed, may_alias)) Unaligned {
+    T v;
+};
+
+// A 4- or 8-byte word as it lies in memory, at any address.
+inline uint32_t load32(const void *p) { return static_cast<const Unaligned<uint32_t> *>(p)->v; }
+inline uint64_t load64(const void *p) { return static_cast<const Unaligned<uint64_t> *>(p)->v; }
+inline void store32(void *p, uint32_t v) { static_cast<Unaligned<uint32_t> *>(p)->v = v; }
+inline void store64(void *p, uint64_t v) { static_cast<Unaligned<uint64_t> *>(p)->v = v; }
 
 #if __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
 inline uint32_t bigEndian(uint32_t v) { return v; }
@@ -16,31 +29,10 @@ inline uint32_t bigEndian(uint32_t v) { return __builtin_bswap32(v); }
 inline uint64_t bigEndian64(uint64_t v) { return __builtin_bswap64(v); }
 #endif
 
-inline uint32_t rd32(const uint8_t *p)
-{
-    uint32_t v;
-    memcpy(&v, p, 4);
-    return bigEndian(v);
-}
-
-inline uint64_t rd64(const uint8_t *p)
-{
-    uint64_t v;
-    memcpy(&v, p, 8);
-    return bigEndian64(v);
-}
-
-inline void wr32(uint8_t *p, uint32_t v)
-{
-    v = bigEndian(v);
-    memcpy(p, &v, 4);
-}
-
-inline void wr64(uint8_t *p, uint64_t v)
-{
-    v = bigEndian64(v);
-    memcpy(p, &v, 8);
-}
+inline uint32_t rd32(const uint8_t *p) { return bigEndian(load32(p)); }
+inline uint64_t rd64(const uint8_t *p) { return bigEndian64(load64(p)); }
+inline void wr32(uint8_t *p, uint32_t v) { store32(p, bigEndian(v)); }
+inline void wr64(uint8_t *p, uint64_t v) { store64(p, bigEndian64(v)); }
 
 // The head of an item (tag, then length, both 32-bit) as the 8 bytes lie in
 // memory, loaded as one word: a run of items is checked and written a word
@@ -51,9 +43,7 @@ inline uint64_t head32(uint32_t tag, uint32_t len)
     uint8_t b[8];
     wr32(b, tag);
     wr32(b + 4, len);
-    uint64_t v;
-    memcpy(&v, b, 8);
-    return v;
+    return load64(b);
 }
 inline uint64_t headStep() { return head32(1, 0); }
 
@@ -67,13 +57,8 @@ class Head32 {
 
 public:
     Head32(uint32_t tag, bool advance) : w_(head32(tag, 4)), step_(advance ? headStep() : 0) {}
-    void put(uint8_t *p) const { memcpy(p, &w_, 8); }
-    bool at(const uint8_t *p) const
-    {
-        uint64_t v;
-        memcpy(&v, p, 8);
-        return v == w_;
-    }
+    void put(uint8_t *p) const { store64(p, w_); }
+    bool at(const uint8_t *p) const { return load64(p) == w_; }
     void next() { w_ += step_; }
 };
 #else
@@ -84,17 +69,10 @@ public:
     Head32(uint32_t tag, bool advance) : tag_(bigEndian(tag)), step_(advance ? bigEndian(1) : 0) {}
     void put(uint8_t *p) const
     {
-        uint32_t len = bigEndian(4);
-        memcpy(p, &tag_, 4);
-        memcpy(p + 4, &len, 4);
+        store32(p, tag_);
+        store32(p + 4, bigEndian(4));
     }
-    bool at(const uint8_t *p) const
-    {
-        uint32_t t, l;
-        memcpy(&t, p, 4);
-        memcpy(&l, p + 4, 4);
-        return t == tag_ && l == bigEndian(4);
-    }
+    bool at(const uint8_t *p) const { return load32(p) == tag_ && load32(p + 4) == bigEndian(4); }
     void next() { tag_ += step_; }
 };
 #endif

@@ -171,7 +171,7 @@ uint32_t readRunMember(const Reporter &who, const uint8_t *&p, const uint8_t *en
     if (s.op == Op::U64) {
         uint64_t w = 0;
         if (!(err = readScalar64(who, p, end, s.tag + k, w)))
-            memcpy(m + 8 * k, &w, 8);
+            store64(m + 8 * k, w);
     } else {
         uint32_t v = 0;
         if (!(err = readScalar32(who, p, end, s.tag + k, v)))
@@ -257,11 +257,9 @@ inline uint8_t *putScalars(const Step *s, const uint8_t *rec, uint8_t *p)
     if (s->op == Op::U64) {
         uint64_t len = word64(8);
         for (uint32_t i = 0; i < s->n; ++i) {
-            uint64_t tag = word64(s->tag + i), v;
-            memcpy(&v, m + 8 * i, 8);
-            memcpy(p, &tag, 8);
-            memcpy(p + 8, &len, 8);
-            wr64(p + 16, v);
+            store64(p, word64(s->tag + i));
+            store64(p + 8, len);
+            wr64(p + 16, load64(m + 8 * i));
             p += kScalar64Size;
         }
         return p;
@@ -282,13 +280,9 @@ inline bool getScalars(const Step *s, uint8_t *rec, const uint8_t *&p, const uin
     if (s->op == Op::U64) {
         uint64_t len = word64(8);
         for (uint32_t i = 0; i < s->n; ++i) {
-            uint64_t t, l;
-            memcpy(&t, p, 8);
-            memcpy(&l, p + 8, 8);
-            if (t != word64(s->tag + i) || l != len)
+            if (load64(p) != word64(s->tag + i) || load64(p + 8) != len)
                 return false;
-            uint64_t v = rd64(p + 16);
-            memcpy(m + 8 * i, &v, 8);
+            store64(m + 8 * i, rd64(p + 16));
             p += kScalar64Size;
         }
         return true;

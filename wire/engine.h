@@ -67,17 +67,16 @@ struct Field {
     // Arrays: the count member of rec, read and written at its own width.
     uint32_t countIn(const uint8_t *rec) const
     {
-        uint32_t n = rec[countOffset()];
-        if (countWidth() == 4)
-            memcpy(&n, rec + countOffset(), 4);
-        return n;
+        const uint8_t *c = rec + countOffset();
+        return countWidth() == 4 ? *(const uint32_t *)c : *c;
     }
     void setCount(uint8_t *rec, uint32_t n) const
     {
+        uint8_t *c = rec + countOffset();
         if (countWidth() == 1)
-            rec[countOffset()] = (uint8_t)n;
+            *c = (uint8_t)n;
         else
-            memcpy(rec + countOffset(), &n, 4);
+            *(uint32_t *)c = n;
     }
 };
 
