@@ -652,7 +652,7 @@ uint32_t readText(const Reporter &who, const uint8_t *&p, const uint8_t *end, ui
     return 0;
 }
 
-uint32_t recCopy(void *dst, const void *src, const TypeDesc &d)
+uint32_t copy(const TypeDesc &d, void *dst, const void *src)
 {
     if (!dst || !src)
         return kMalformed;
@@ -660,12 +660,12 @@ uint32_t recCopy(void *dst, const void *src, const TypeDesc &d)
     return 0;
 }
 
-uint32_t recLength(const void *rec, const TypeDesc &d)
+uint32_t length(const TypeDesc &d, const void *rec)
 {
     return rec ? Program::size(d, (const uint8_t *)rec) : 0;
 }
 
-uint32_t recSerialize(const void *rec, uint8_t **pos, const TypeDesc &d)
+uint32_t serialize(const TypeDesc &d, const void *rec, uint8_t **pos)
 {
     if (!rec || !pos || !*pos)
         return kMalformed;
@@ -673,17 +673,29 @@ uint32_t recSerialize(const void *rec, uint8_t **pos, const TypeDesc &d)
     return 0;
 }
 
-uint32_t recUnserialize(void *rec, const uint8_t **pos, const TypeDesc &d)
+uint32_t recCopy(void *dst, const void *src, uint32_t type)
 {
-    ReadFailure fail;
-    return readRecord(d, rec, pos, nullptr, fail);
+    return copy(recordType((uint8_t)type), dst, src);
 }
 
-uint32_t recUnserializeBounded(void *rec, const uint8_t **pos, const uint8_t *end,
-                               const TypeDesc &d)
+uint32_t recLength(const void *rec, uint32_t type) { return length(recordType((uint8_t)type), rec); }
+
+uint32_t recSerialize(const void *rec, uint8_t **pos, uint32_t type)
+{
+    return serialize(recordType((uint8_t)type), rec, pos);
+}
+
+uint32_t recUnserialize(void *rec, const uint8_t **pos, uint32_t type)
+{
+    ReadFailure fail;
+    return readRecord(recordType((uint8_t)type), rec, pos, nullptr, fail);
+}
+
+uint32_t recUnserializeBounded(void *rec, const uint8_t **pos, const uint8_t *end, uint32_t type)
 {
     if (!end || !pos || !*pos || end < *pos)
         return kMalformed;
+    const TypeDesc &d = recordType((uint8_t)type);
     const uint8_t *p = *pos;
     if (rec && Program::get(d, (uint8_t *)rec, p, end)) {
         *pos = p;

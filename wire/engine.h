@@ -243,21 +243,21 @@ struct Reporter {
     ReadFailure *fail;
 };
 
-// The exported record operations: their own arguments first and the
-// description last, so that each export is a single jump here.
-uint32_t recCopy(void *dst, const void *src, const TypeDesc &d);
-uint32_t recLength(const void *rec, const TypeDesc &d);
-uint32_t recSerialize(const void *rec, uint8_t **pos, const TypeDesc &d);
-uint32_t recUnserialize(void *rec, const uint8_t **pos, const TypeDesc &d);
-uint32_t recUnserializeBounded(void *rec, const uint8_t **pos, const uint8_t *end,
-                               const TypeDesc &d);
+// The record operations on a description; the exports' checks of their
+// arguments included.
+uint32_t copy(const TypeDesc &d, void *dst, const void *src);
+uint32_t length(const TypeDesc &d, const void *rec);
+uint32_t serialize(const TypeDesc &d, const void *rec, uint8_t **pos);
 
-inline uint32_t copy(const TypeDesc &d, void *dst, const void *src) { return recCopy(dst, src, d); }
-inline uint32_t length(const TypeDesc &d, const void *rec) { return recLength(rec, d); }
-inline uint32_t serialize(const TypeDesc &d, const void *rec, uint8_t **pos)
-{
-    return recSerialize(rec, pos, d);
-}
+// The exported record operations: their own arguments first and the type's
+// number last, so that each export is a single jump here and names its type
+// with a constant rather than an address to load.
+uint32_t recCopy(void *dst, const void *src, uint32_t type);
+uint32_t recLength(const void *rec, uint32_t type);
+uint32_t recSerialize(const void *rec, uint8_t **pos, uint32_t type);
+uint32_t recUnserialize(void *rec, const uint8_t **pos, uint32_t type);
+uint32_t recUnserializeBounded(void *rec, const uint8_t **pos, const uint8_t *end, uint32_t type);
+
 // Reads one record at *pos as its exported unserialize does; end bounds every
 // read (null: trust item lengths). When the bytes are refused, `fail` says
 // why and where; it is left alone otherwise.
