@@ -16,7 +16,7 @@ const char *fnText(FnName fn, char *buf, size_t size)
         return fn.fmt;
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
-    snprintf(buf, size, fn.fmt, fn.arg);
+    snprintf(buf, size, fn.fmt, fn.arg, fn.arg2);
 #pragma GCC diagnostic pop
     return buf;
 }

@@ -8,10 +8,12 @@ namespace iv {
 enum Prio : int { kEmerg = 0, kErr = 3, kWarning = 4 };
 
 // The reporting function's name, either literal (fmt alone) or composed from
-// a printf pattern with one %s (as "intfVelmor_%s_unserialize" and a type).
+// a printf pattern with one or two %s (as "intfVelmor_%s_unserialize" and a
+// type). Composed only when a line is written.
 struct FnName {
     const char *fmt;
     const char *arg;
+    const char *arg2 = nullptr;
 };
 
 void log(int prio, FnName fn, int line, const char *fmt, ...)

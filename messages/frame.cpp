@@ -21,22 +21,22 @@ constexpr uint32_t kFrameSize = 2 * kScalar32Size;
 enum Callback { kFree, kSerialize, kUnserialize, kLog };
 
 // Body callbacks name the request and response paths apart in their lines:
-// msgCmdReq, msgCmdRes, msgNtfyReq; an unknown type keeps the plain name.
-#define IV_CB_NAMES(op)                                                                      \
-    {"intfVelmor_cbEvtMsgMngt_" op "_msgCmdReq_%s", "intfVelmor_cbEvtMsgMngt_" op "_msgCmdRes_%s", \
-     "intfVelmor_cbEvtMsgMngt_" op "_msgCmd_%s", "intfVelmor_cbEvtMsgMngt_" op "_msgNtfyReq_%s", \
-     "intfVelmor_cbEvtMsgMngt_" op "_msgNtfy_%s"}
-const char *const kCbNames[4][5] = {IV_CB_NAMES("freeBody"), IV_CB_NAMES("serializeBody"),
-                                    IV_CB_NAMES("unserializeBody"), IV_CB_NAMES("logBody")};
-#undef IV_CB_NAMES
+// msgCmdReq, msgCmdRes, msgNtfyReq; an unknown type keeps the plain name
+// (msgCmd, msgNtfy). The name is composed from the callback, the path and
+// the message when a line is written.
+constexpr char kCbFormats[4][49] = {"intfVelmor_cbEvtMsgMngt_freeBody_msg%s_%s",
+                                    "intfVelmor_cbEvtMsgMngt_serializeBody_msg%s_%s",
+                                    "intfVelmor_cbEvtMsgMngt_unserializeBody_msg%s_%s",
+                                    "intfVelmor_cbEvtMsgMngt_logBody_msg%s_%s"};
+constexpr char kCbPaths[5][8] = {"CmdReq", "CmdRes", "Cmd", "NtfyReq", "Ntfy"};
 
 FnName cbName(const MsgDesc &m, Callback cb, int32_t type)
 {
-    int col = m.ntfy ? (type == kReq ? 3 : 4) : (type == kReq ? 0 : type == kRes ? 1 : 2);
-    return {kCbNames[cb][col], m.name};
+    int path = m.ntfy ? (type == kReq ? 3 : 4) : (type == kReq ? 0 : type == kRes ? 1 : 2);
+    return {kCbFormats[cb], kCbPaths[path], m.name};
 }
 
-FnName plainName(const MsgDesc &m, Callback cb) { return {kCbNames[cb][m.ntfy ? 4 : 2], m.name}; }
+FnName plainName(const MsgDesc &m, Callback cb) { return {kCbFormats[cb], kCbPaths[m.ntfy ? 4 : 2], m.name}; }
 
 bool knownType(int32_t type) { return type == kReq || type == kRes; }
 
