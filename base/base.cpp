@@ -55,13 +55,13 @@ uint8_t state() { return loadRelaxed(base.state); }
 constexpr FnName kAddBase{"intfVelmor_addBase", nullptr};
 constexpr FnName kDelBase{"intfVelmor_delBase", nullptr};
 
-void warnFlagSet(FnName fn, int line, const char *flagName, unsigned bit)
+void warnFlagSet(const FnName &fn, int line, const char *flagName, unsigned bit)
 {
     iv::log(iv::kWarning, fn, line, "Set Flag[%s-%X] in ctx(%p) already set[%X] text[%s]\n",
             flagName, bit, (void *)&base, flags(), "");
 }
 
-void warnFlagClear(FnName fn, int line, const char *flagName, unsigned bit)
+void warnFlagClear(const FnName &fn, int line, const char *flagName, unsigned bit)
 {
     iv::log(iv::kWarning, fn, line, "Unset Flag[%s-%X] in ctx(%p) not set[%X] text[%s]\n",
             flagName, bit, (void *)&base, flags(), "");
@@ -129,7 +129,7 @@ uint32_t putBlock(Block &blk, uint8_t bit, const char *flagName, const char *fai
 }
 
 template <class Block>
-void unregBlock(FnName fn, Block &blk, uint16_t num, uint8_t bit, const char *flagName)
+void unregBlock(const FnName &fn, Block &blk, uint16_t num, uint8_t bit, const char *flagName)
 {
     if (num != iv::loadMngt(blk.mngtNum)) {
         IV_LOG(iv::kErr, fn, "Message management(%d) unknown\n", (int)num);

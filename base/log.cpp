@@ -10,7 +10,7 @@ namespace iv {
 namespace {
 
 // Function name into buf, composed when the name has a variable part.
-const char *fnText(FnName fn, char *buf, size_t size)
+const char *fnText(const FnName &fn, char *buf, size_t size)
 {
     if (!fn.arg)
         return fn.fmt;
@@ -27,7 +27,7 @@ LogSink gSink = nullptr;
 
 void setLogSink(LogSink sink) { __atomic_store_n(&gSink, sink, __ATOMIC_RELEASE); }
 
-void log(int prio, FnName fn, int line, const char *fmt, ...)
+void log(int prio, const FnName &fn, int line, const char *fmt, ...)
 {
     char name[128];
     char text[256];
@@ -45,7 +45,7 @@ void log(int prio, FnName fn, int line, const char *fmt, ...)
     syslog(prio, "[INTFVELMOR] -> %s(%d): %s", who, line, text);
 }
 
-void magicBroken(FnName fn, int line, const char *what, const char *magicName, uint32_t expected,
+void magicBroken(const FnName &fn, int line, const char *what, const char *magicName, uint32_t expected,
                  const void *ctx, uint32_t found)
 {
     log(kEmerg, fn, line, "%s[%s-%X] Ctx[ptr(%p) magic(%X)] text[%s]\n", what, magicName,

@@ -16,7 +16,7 @@ struct FnName {
     const char *arg2 = nullptr;
 };
 
-void log(int prio, FnName fn, int line, const char *fmt, ...)
+void log(int prio, const FnName &fn, int line, const char *fmt, ...)
     __attribute__((format(printf, 4, 5)));
 
 // Where the lines go: syslog, unless a sink is installed. Tests, fuzzers and
@@ -26,7 +26,7 @@ using LogSink = void (*)(int prio, const char *line);
 void setLogSink(LogSink sink);
 
 // Logs a broken magic at priority 0 and aborts the process.
-[[noreturn]] void magicBroken(FnName fn, int line, const char *what, const char *magicName,
+[[noreturn]] void magicBroken(const FnName &fn, int line, const char *what, const char *magicName,
                               uint32_t expected, const void *ctx, uint32_t found);
 
 }  // namespace iv

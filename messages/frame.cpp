@@ -53,25 +53,25 @@ const char *magicNameOf(const MsgDesc &m, char *out)
     return out;
 }
 
-[[noreturn]] __attribute__((noinline)) void magicMismatch(const MsgDesc &m, FnName fn, int line,
+[[noreturn]] __attribute__((noinline)) void magicMismatch(const MsgDesc &m, const FnName &fn, int line,
                                                           const BodyHead *b)
 {
     char name[kMagicNameSize];
     magicBroken(fn, line, "Check Magic", magicNameOf(m, name), m.magic, b, b->magic);
 }
 
-void checkMagic(const MsgDesc &m, FnName fn, int line, const BodyHead *b)
+void checkMagic(const MsgDesc &m, const FnName &fn, int line, const BodyHead *b)
 {
     if (b->magic != m.magic)
         magicMismatch(m, fn, line, b);
 }
 
-void logNull(FnName fn, int line) { log(kErr, fn, line, "Ctx[NULL] text[%s]\n", ""); }
+void logNull(const FnName &fn, int line) { log(kErr, fn, line, "Ctx[NULL] text[%s]\n", ""); }
 
 // A new zero-filled body holding the caller's members: records by their
 // copy, texts cut to the field, scalars as given. A failing record copy is
 // logged and the body goes out all the same.
-BodyHead *newBody(const MsgDesc &m, int32_t type, FnName fn, Args args)
+BodyHead *newBody(const MsgDesc &m, int32_t type, const FnName &fn, Args args)
 {
     BodyHead *b = (BodyHead *)zalloc(m.size[type]);
     if (!b) {
