@@ -15,28 +15,16 @@ inline uint32_t swap32(uint32_t v) { return __builtin_bswap32(v); }
 inline uint64_t swap64(uint64_t v) { return __builtin_bswap64(v); }
 #endif
 
-inline void be32(uint8_t *p, uint32_t v)
-{
-    v = swap32(v);
-    memcpy(p, &v, 4);
-}
-inline void be64(uint8_t *p, uint64_t v)
-{
-    v = swap64(v);
-    memcpy(p, &v, 8);
-}
-inline uint32_t get32(const uint8_t *p)
-{
-    uint32_t v;
-    memcpy(&v, p, 4);
-    return swap32(v);
-}
-inline uint64_t get64(const uint8_t *p)
-{
-    uint64_t v;
-    memcpy(&v, p, 8);
-    return swap64(v);
-}
+// Words at any address through a packed struct: one access, or lwl/lwr on
+// mips, where a small memcpy is a C library call in a build for size.
+template <class T>
+struct __attribute__((packed, may_alias)) Any {
+    T v;
+};
+inline void be32(uint8_t *p, uint32_t v) { ((Any<uint32_t> *)p)->v = swap32(v); }
+inline void be64(uint8_t *p, uint64_t v) { ((Any<uint64_t> *)p)->v = swap64(v); }
+inline uint32_t get32(const uint8_t *p) { return swap32(((const Any<uint32_t> *)p)->v); }
+inline uint64_t get64(const uint8_t *p) { return swap64(((const Any<uint64_t> *)p)->v); }
 
 // ---- writing: tag, length, value; texts leave their pad bytes as they are --------
 
