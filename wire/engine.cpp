@@ -204,6 +204,39 @@ inline uint32_t widen(Op op, const uint8_t *m)
     }
 }
 
+// Copies a text's n bytes. Where the code is built for speed, texts of up to
+// 32 characters (most of them) go as words that may overlap, which never
+// touch a byte outside [src, src + n) or [dst, dst + n): a call to memcpy
+// costs more than the copy. Built for size, memcpy does it all.
+inline void copyText(uint8_t *dst, const uint8_t *src, uint32_t n)
+{
+#ifndef __OPTIMIZE_SIZE__
+    if (n >= 8 && n <= 32) {
+        uint64_t a = load64(src), b = load64(src + n - 8);
+        if (n > 16) {
+            uint64_t c = load64(src + 8), d = load64(src + n - 16);
+            store64(dst + 8, c);
+            store64(dst + n - 16, d);
+        }
+        store64(dst, a);
+        store64(dst + n - 8, b);
+        return;
+    }
+    if (n >= 4 && n < 8) {
+        uint32_t a = load32(src), b = load32(src + n - 4);
+        store32(dst, a);
+        store32(dst + n - 4, b);
+        return;
+    }
+    if (n < 4) {
+        for (uint32_t i = 0; i < n; ++i)
+            dst[i] = src[i];
+        return;
+    }
+#endif
+    memcpy(dst, src, n);
+}
+
 // Writes n scalar32 items from members of `width` bytes.
 inline uint8_t *putRun(uint8_t *p, const uint8_t *m, Head32 head, uint32_t n, Op op,
                        uint32_t width)
@@ -357,6 +390,8 @@ uint32_t Program::length(const TypeDesc &d, const uint8_t *rec)
 {
     uint32_t len = d.fixedWire;
     for (const Step *s = d.steps() + d.firstVar, *e = d.steps() + d.nsteps; s != e; ++s) {
+        if (isScalar(s->op))  // counted in fixedWire; tested first, as most steps are
+            continue;
         const uint8_t *m = rec + s->offset;
         switch (s->op) {
         case Op::Text: len += textItemSize(textLen((const char *)m, s->bound)); break;
@@ -370,7 +405,7 @@ uint32_t Program::length(const TypeDesc &d, const uint8_t *rec)
                 len += size(elem, m + i * elem.size);
             break;
         }
-        default: break;  // scalar runs: counted in fixedWire
+        default: break;
         }
     }
     return len;
@@ -397,7 +432,7 @@ uint8_t *Program::write(const TypeDesc &d, const uint8_t *rec, uint8_t *p)
                 uint32_t size = textItemSize(n);
                 wr32(p, s->tag);
                 wr32(p + 4, size - 8);
-                memcpy(p + 8, at, n);
+                copyText(p + 8, at, n);
                 p[8 + n] = 0;
                 p += size;
                 break;
