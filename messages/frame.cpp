@@ -242,31 +242,26 @@ uint32_t serializeBody(int32_t type, void *body, uint8_t **out, uint32_t *outLen
         IV_LOG(kErr, plainName(m, kSerialize), "Type(%d) unknown\n", (int)type);
         return INTFVELMOR_ERR_TYPE;
     }
-    FnName fn = cbName(m, kSerialize, type);
+    // The name is composed only for a line: this runs for every message sent.
     if (!body || !out || !outLen) {
-        logNull(fn, __LINE__);
+        logNull(cbName(m, kSerialize, type), __LINE__);
         return INTFVELMOR_ERR_BODY;
     }
     BodyHead *b = (BodyHead *)body;
-    checkMagic(m, fn, __LINE__, b);
+    if (b->magic != m.magic)
+        magicMismatch(m, cbName(m, kSerialize, type), __LINE__, b);
+    // The body and the buffer are checked here: writing the members cannot fail.
     const TypeDesc *d = m.members[type];
-    uint32_t len = kFrameSize + (d ? length(*d, b) : 0);
+    uint32_t len = kFrameSize + (d ? wireLength(*d, b) : 0);
     uint8_t *buf = (uint8_t *)zalloc(len);
     if (!buf) {
-        IV_LOG(kErr, fn, "Allocating Memory N Ctx[%s]\n", "");
+        IV_LOG(kErr, cbName(m, kSerialize, type), "Allocating Memory N Ctx[%s]\n", "");
         return INTFVELMOR_ERR_ALLOC;
     }
     uint8_t *p = putScalar32(buf, 0, b->magic);
     p = putScalar32(p, 1, m.stamp);
-    uint32_t rc = d ? serialize(*d, b, &p) : 0;
-    if (rc) {
-        IV_LOG(kErr, fn,
-               type == kReq ? "BodyReq(%p): On serialize failed(%d)\n"
-                            : "pBodyReq(%p): On serialize failed(%d)\n",
-               (void *)buf, (int)rc);
-        release(buf);
-        return rc;
-    }
+    if (d)
+        writeWire(*d, b, p);
     *out = buf;
     *outLen = len;
     return 0;
@@ -340,28 +335,32 @@ uint32_t readBody(const MsgDesc &m, int32_t type, const uint8_t *bytes, const ui
         IV_LOG(kErr, plainName(m, kUnserialize), "Type(%d) unknown\n", (int)type);
         return INTFVELMOR_ERR_TYPE;
     }
-    FnName fn = cbName(m, kUnserialize, type);
+    // The name is composed only for a line: this runs for every message received.
     if (!bytes || !out || !outSize) {
-        logNull(fn, __LINE__);
+        logNull(cbName(m, kUnserialize, type), __LINE__);
         return INTFVELMOR_ERR_BODY;
     }
     BodyHead *b = (BodyHead *)zalloc(m.size[type]);
     if (!b) {
-        IV_LOG(kErr, fn, "Allocating Memory Ctx[%s]\n", "");
+        IV_LOG(kErr, cbName(m, kUnserialize, type), "Allocating Memory Ctx[%s]\n", "");
         return INTFVELMOR_ERR_ALLOC;
     }
     fail.start = bytes;
-    Reporter who{fn, bytes, &fail};
-    const uint8_t *p = bytes;
-    uint32_t rc = framed(m, p, end) ? (p += kFrameSize, 0) : readFrame(m, who, p, end);
-    if (!rc) {
-        b->magic = m.magic;
-        if (m.members[type])
-            rc = unserializeAs(*m.members[type], b, &p, end, who);
-    }
-    if (rc) {
-        release(b);
-        return rc;
+    b->magic = m.magic;
+    const TypeDesc *d = m.members[type];
+    const uint8_t *p = bytes + kFrameSize;
+    // Well-formed bytes are taken in one pass; any others are read again from
+    // the start, item by item, by the readers that report.
+    if (!framed(m, bytes, end) || (d && !readWellFormed(*d, b, p, end))) {
+        Reporter who{cbName(m, kUnserialize, type), bytes, &fail};
+        p = bytes;
+        uint32_t rc = readFrame(m, who, p, end);
+        if (!rc && d)
+            rc = unserializeAs(*d, b, &p, end, who);
+        if (rc) {
+            release(b);
+            return rc;
+        }
     }
     fail.offset = (uint32_t)(p - bytes);
     *out = b;
@@ -388,13 +387,19 @@ extern "C" IV_EXPORT uint32_t intfVelmor_unserializeBodyBounded(
 {
     const intfVelmor_descriptor &d = intfVelmor_base;
     const iv::MsgDesc *m = nullptr;
-    for (uint32_t i = 0; i < INTFVELMOR_CMD_COUNT && !m; ++i)
-        if (d.cmd.entries[i].unserializeBody == entryFn)
+    if (entryFn) {
+        uint32_t i = 0;
+        while (i < INTFVELMOR_CMD_COUNT && d.cmd.entries[i].unserializeBody != entryFn)
+            ++i;
+        if (i < INTFVELMOR_CMD_COUNT) {
             m = iv::kCommands[i];
-    for (uint32_t i = 0; i < INTFVELMOR_NTFY_COUNT && !m; ++i)
-        if (d.ntfy.entries[i].unserializeBody == entryFn)
-            m = iv::kNotifications[i];
-    if (!m || !entryFn)
+        } else {
+            for (i = 0; i < INTFVELMOR_NTFY_COUNT && !m; ++i)
+                if (d.ntfy.entries[i].unserializeBody == entryFn)
+                    m = iv::kNotifications[i];
+        }
+    }
+    if (!m)
         return INTFVELMOR_ERR_TYPE;
     if (!end || (bytes && end < bytes))
         return INTFVELMOR_ERR_BODY;

@@ -355,6 +355,36 @@ struct Program {
     {
         return d.firstVar != d.nsteps ? length(d, rec) : d.fixedWire;
     }
+    // A description whose only step is a nested record (most message bodies,
+    // a few records) has that record's items at that record's offset: the
+    // entry points go straight to it, with no level of their own. Nested
+    // calls do not look: wrappers are rare inside records.
+    template <class Byte>
+    static const TypeDesc &innermost(const TypeDesc &d, Byte *&rec)
+    {
+        const TypeDesc *t = &d;
+        while (t->nsteps == 1 && t->steps()->op == Op::Record) {
+            rec += t->steps()->offset;
+            t = &t->steps()->sub();
+        }
+        return *t;
+    }
+    static uint8_t *putOuter(const TypeDesc &outer, const uint8_t *rec, uint8_t *p)
+    {
+        const TypeDesc &d = innermost(outer, rec);
+        return put(d, rec, p);
+    }
+    static bool getOuter(const TypeDesc &outer, uint8_t *rec, const uint8_t *&pos,
+                         const uint8_t *end)
+    {
+        const TypeDesc &d = innermost(outer, rec);
+        return get(d, rec, pos, end);
+    }
+    static uint32_t sizeOuter(const TypeDesc &outer, const uint8_t *rec)
+    {
+        const TypeDesc &d = innermost(outer, rec);
+        return size(d, rec);
+    }
     static void copy(const TypeDesc &d, uint8_t *dst, const uint8_t *src);
     static uint32_t length(const TypeDesc &d, const uint8_t *rec);
     static uint8_t *write(const TypeDesc &d, const uint8_t *rec, uint8_t *p);
@@ -697,15 +727,30 @@ uint32_t copy(const TypeDesc &d, void *dst, const void *src)
 
 uint32_t length(const TypeDesc &d, const void *rec)
 {
-    return rec ? Program::size(d, (const uint8_t *)rec) : 0;
+    return rec ? Program::sizeOuter(d, (const uint8_t *)rec) : 0;
 }
 
 uint32_t serialize(const TypeDesc &d, const void *rec, uint8_t **pos)
 {
     if (!rec || !pos || !*pos)
         return kMalformed;
-    *pos = Program::put(d, (const uint8_t *)rec, *pos);
+    *pos = Program::putOuter(d, (const uint8_t *)rec, *pos);
     return 0;
+}
+
+uint32_t wireLength(const TypeDesc &d, const void *rec)
+{
+    return Program::sizeOuter(d, (const uint8_t *)rec);
+}
+
+uint8_t *writeWire(const TypeDesc &d, const void *rec, uint8_t *p)
+{
+    return Program::putOuter(d, (const uint8_t *)rec, p);
+}
+
+bool readWellFormed(const TypeDesc &d, void *rec, const uint8_t *&p, const uint8_t *end)
+{
+    return Program::getOuter(d, (uint8_t *)rec, p, end);
 }
 
 uint32_t recCopy(void *dst, const void *src, uint32_t type)
@@ -732,7 +777,7 @@ uint32_t recUnserializeBounded(void *rec, const uint8_t **pos, const uint8_t *en
         return kMalformed;
     const TypeDesc &d = recordType((uint8_t)type);
     const uint8_t *p = *pos;
-    if (rec && Program::get(d, (uint8_t *)rec, p, end)) {
+    if (rec && Program::getOuter(d, (uint8_t *)rec, p, end)) {
         *pos = p;
         return 0;
     }
@@ -746,7 +791,7 @@ uint32_t unserializeAs(const TypeDesc &d, void *rec, const uint8_t **pos, const 
     if (!rec || !pos || !*pos)
         return kMalformed;
     const uint8_t *p = *pos;
-    if (Program::get(d, (uint8_t *)rec, p, end)) {
+    if (Program::getOuter(d, (uint8_t *)rec, p, end)) {
         *pos = p;
         return 0;
     }

@@ -249,6 +249,14 @@ uint32_t copy(const TypeDesc &d, void *dst, const void *src);
 uint32_t length(const TypeDesc &d, const void *rec);
 uint32_t serialize(const TypeDesc &d, const void *rec, uint8_t **pos);
 
+// For callers that have checked their pointers (the message frame): the
+// wire length of a record or body, its items written at p (the end
+// returned), and the one-pass read that takes only well-formed bytes (false:
+// read them again with unserializeAs, which reports).
+uint32_t wireLength(const TypeDesc &d, const void *rec);
+uint8_t *writeWire(const TypeDesc &d, const void *rec, uint8_t *p);
+bool readWellFormed(const TypeDesc &d, void *rec, const uint8_t *&p, const uint8_t *end);
+
 // The exported record operations: their own arguments first and the type's
 // number last, so that each export is a single jump here and names its type
 // with a constant rather than an address to load.
