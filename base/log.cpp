@@ -45,8 +45,8 @@ void log(int prio, const FnName &fn, int line, const char *fmt, ...)
     syslog(prio, "[INTFVELMOR] -> %s(%d): %s", who, line, text);
 }
 
-void magicBroken(const FnName &fn, int line, const char *what, const char *magicName, uint32_t expected,
-                 const void *ctx, uint32_t found)
+void magicBroken(const FnName &fn, int line, const char *what, const char *magicName,
+                 uint32_t expected, const void *ctx, uint32_t found)
 {
     log(kEmerg, fn, line, "%s[%s-%X] Ctx[ptr(%p) magic(%X)] text[%s]\n", what, magicName,
         expected, ctx, found, "");

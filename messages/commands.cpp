@@ -34,7 +34,8 @@ IV_COMMANDS(IV_CMD_DESC)
 namespace {
 
 #define IV_CMD_MAGIC_NAME(idx, X, entryName, magic, stamp, magicName, ...) \
-    static_assert(iv::isMagicName(magicName, #X, false), #X ": the magic name is not composed from the name");
+    static_assert(iv::isMagicName(magicName, #X, false),                                \
+                  #X ": the magic name is not composed from the name");
 IV_COMMANDS(IV_CMD_MAGIC_NAME)
 #undef IV_CMD_MAGIC_NAME
 

@@ -36,7 +36,10 @@ FnName cbName(const MsgDesc &m, Callback cb, int32_t type)
     return {kCbFormats[cb], kCbPaths[path], m.name};
 }
 
-FnName plainName(const MsgDesc &m, Callback cb) { return {kCbFormats[cb], kCbPaths[m.ntfy ? 4 : 2], m.name}; }
+FnName plainName(const MsgDesc &m, Callback cb)
+{
+    return {kCbFormats[cb], kCbPaths[m.ntfy ? 4 : 2], m.name};
+}
 
 bool knownType(int32_t type) { return type == kReq || type == kRes; }
 
@@ -53,8 +56,8 @@ const char *magicNameOf(const MsgDesc &m, char *out)
     return out;
 }
 
-[[noreturn]] __attribute__((noinline)) void magicMismatch(const MsgDesc &m, const FnName &fn, int line,
-                                                          const BodyHead *b)
+[[noreturn]] __attribute__((noinline)) void magicMismatch(const MsgDesc &m, const FnName &fn,
+                                                          int line, const BodyHead *b)
 {
     char name[kMagicNameSize];
     magicBroken(fn, line, "Check Magic", magicNameOf(m, name), m.magic, b, b->magic);

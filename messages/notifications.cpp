@@ -26,7 +26,8 @@ IV_NOTIFICATIONS(IV_NTFY_DESC)
 namespace {
 
 #define IV_NTFY_MAGIC_NAME(idx, x, X, entryName, magic, stamp, magicName, ...) \
-    static_assert(iv::isMagicName(magicName, #x, true), #x ": the magic name is not composed from the name");
+    static_assert(iv::isMagicName(magicName, #x, true),                                \
+                  #x ": the magic name is not composed from the name");
 IV_NOTIFICATIONS(IV_NTFY_MAGIC_NAME)
 #undef IV_NTFY_MAGIC_NAME
 

@@ -13,29 +13,29 @@ extern "C" void ivCleanNothing(void *) {}
 #endif
 
 // Each passes its own arguments unchanged and its type's number last: one jump.
-#define IV_RECORD_OPS(T)                                                                  \
-    extern "C" IV_EXPORT uint32_t intfVelmor_##T##_copy(T *dst, const T *src)              \
-    {                                                                                     \
-        return ::iv::recCopy(dst, src, ::iv::RecordNumber<T>::value);                                 \
-    }                                                                                     \
-    extern "C" IV_EXPORT void intfVelmor_##T##_clean(T *rec)                              \
-        __attribute__((alias("ivCleanNothing")));                                         \
-    extern "C" IV_EXPORT uint32_t intfVelmor_##T##_serialize_lg(const T *rec)             \
-    {                                                                                     \
-        return ::iv::recLength(rec, ::iv::RecordNumber<T>::value);                                    \
-    }                                                                                     \
-    extern "C" IV_EXPORT uint32_t intfVelmor_##T##_serialize(const T *rec, uint8_t **pos)  \
-    {                                                                                     \
-        return ::iv::recSerialize(rec, pos, ::iv::RecordNumber<T>::value);                            \
-    }                                                                                     \
+#define IV_RECORD_OPS(T)                                                                    \
+    extern "C" IV_EXPORT uint32_t intfVelmor_##T##_copy(T *dst, const T *src)               \
+    {                                                                                       \
+        return ::iv::recCopy(dst, src, ::iv::RecordNumber<T>::value);                       \
+    }                                                                                       \
+    extern "C" IV_EXPORT void intfVelmor_##T##_clean(T *rec)                                \
+        __attribute__((alias("ivCleanNothing")));                                           \
+    extern "C" IV_EXPORT uint32_t intfVelmor_##T##_serialize_lg(const T *rec)               \
+    {                                                                                       \
+        return ::iv::recLength(rec, ::iv::RecordNumber<T>::value);                          \
+    }                                                                                       \
+    extern "C" IV_EXPORT uint32_t intfVelmor_##T##_serialize(const T *rec, uint8_t **pos)   \
+    {                                                                                       \
+        return ::iv::recSerialize(rec, pos, ::iv::RecordNumber<T>::value);                  \
+    }                                                                                       \
     extern "C" IV_EXPORT uint32_t intfVelmor_##T##_unserialize(T *rec, const uint8_t **pos) \
-    {                                                                                     \
-        return ::iv::recUnserialize(rec, pos, ::iv::RecordNumber<T>::value);                          \
-    }                                                                                     \
-    extern "C" IV_EXPORT uint32_t intfVelmor_##T##_unserialize_bounded(                   \
-        T *rec, const uint8_t **pos, const uint8_t *end)                                  \
-    {                                                                                     \
-        return ::iv::recUnserializeBounded(rec, pos, end, ::iv::RecordNumber<T>::value);              \
+    {                                                                                       \
+        return ::iv::recUnserialize(rec, pos, ::iv::RecordNumber<T>::value);                \
+    }                                                                                       \
+    extern "C" IV_EXPORT uint32_t intfVelmor_##T##_unserialize_bounded(                     \
+        T *rec, const uint8_t **pos, const uint8_t *end)                                    \
+    {                                                                                       \
+        return ::iv::recUnserializeBounded(rec, pos, end, ::iv::RecordNumber<T>::value);    \
     }
 
 INTFVELMOR_RECORD_TYPES(IV_RECORD_OPS)

@@ -758,7 +758,10 @@ uint32_t recCopy(void *dst, const void *src, uint32_t type)
     return copy(recordType((uint8_t)type), dst, src);
 }
 
-uint32_t recLength(const void *rec, uint32_t type) { return length(recordType((uint8_t)type), rec); }
+uint32_t recLength(const void *rec, uint32_t type)
+{
+    return length(recordType((uint8_t)type), rec);
+}
 
 uint32_t recSerialize(const void *rec, uint8_t **pos, uint32_t type)
 {
