@@ -69,6 +69,14 @@ void checkMagic(const MsgDesc &m, const FnName &fn, int line, const BodyHead *b)
         magicMismatch(m, fn, line, b);
 }
 
+// The same in a body callback, which composes its name only for the line:
+// callbacks run for every message.
+void checkMagic(const MsgDesc &m, Callback cb, int32_t type, int line, const BodyHead *b)
+{
+    if (b->magic != m.magic)
+        magicMismatch(m, cbName(m, cb, type), line, b);
+}
+
 void logNull(const FnName &fn, int line) { log(kErr, fn, line, "Ctx[NULL] text[%s]\n", ""); }
 
 // A new zero-filled body holding the caller's members: records by their
@@ -215,20 +223,19 @@ void freeBody(int32_t type, void *body, const MsgDesc &m)
         IV_LOG(kErr, plainName(m, kFree), "Type(%d) unknown", (int)type);
         return;
     }
-    FnName fn = cbName(m, kFree, type);
     if (!body) {
-        logNull(fn, __LINE__);
+        logNull(cbName(m, kFree, type), __LINE__);
         return;
     }
     BodyHead *b = (BodyHead *)body;
     // A command request is checked before its reference word; a response or
     // a notification held elsewhere is left alone unchecked.
     if (type == kReq && !m.ntfy)
-        checkMagic(m, fn, __LINE__, b);
+        checkMagic(m, kFree, type, __LINE__, b);
     if (b->ref)
         return;
     if (type == kRes || m.ntfy)
-        checkMagic(m, fn, __LINE__, b);
+        checkMagic(m, kFree, type, __LINE__, b);
     // Records own no storage: cleaning them releases nothing.
     b->magic = kDeadMagic;
     release(b);
@@ -245,14 +252,12 @@ uint32_t serializeBody(int32_t type, void *body, uint8_t **out, uint32_t *outLen
         IV_LOG(kErr, plainName(m, kSerialize), "Type(%d) unknown\n", (int)type);
         return INTFVELMOR_ERR_TYPE;
     }
-    // The name is composed only for a line: this runs for every message sent.
     if (!body || !out || !outLen) {
         logNull(cbName(m, kSerialize, type), __LINE__);
         return INTFVELMOR_ERR_BODY;
     }
     BodyHead *b = (BodyHead *)body;
-    if (b->magic != m.magic)
-        magicMismatch(m, cbName(m, kSerialize, type), __LINE__, b);
+    checkMagic(m, kSerialize, type, __LINE__, b);
     // The body and the buffer are checked here: writing the members cannot fail.
     const TypeDesc *d = m.members[type];
     uint32_t len = kFrameSize + (d ? wireLength(*d, b) : 0);
@@ -338,7 +343,6 @@ uint32_t readBody(const MsgDesc &m, int32_t type, const uint8_t *bytes, const ui
         IV_LOG(kErr, plainName(m, kUnserialize), "Type(%d) unknown\n", (int)type);
         return INTFVELMOR_ERR_TYPE;
     }
-    // The name is composed only for a line: this runs for every message received.
     if (!bytes || !out || !outSize) {
         logNull(cbName(m, kUnserialize, type), __LINE__);
         return INTFVELMOR_ERR_BODY;
@@ -353,13 +357,14 @@ uint32_t readBody(const MsgDesc &m, int32_t type, const uint8_t *bytes, const ui
     const TypeDesc *d = m.members[type];
     const uint8_t *p = bytes + kFrameSize;
     // Well-formed bytes are taken in one pass; any others are read again from
-    // the start, item by item, by the readers that report.
+    // the start, item by item, by the readers that report (which read
+    // well-formed items the same).
     if (!framed(m, bytes, end) || (d && !readWellFormed(*d, b, p, end))) {
         Reporter who{cbName(m, kUnserialize, type), bytes, &fail};
         p = bytes;
         uint32_t rc = readFrame(m, who, p, end);
         if (!rc && d)
-            rc = unserializeAs(*d, b, &p, end, who);
+            rc = readReporting(*d, b, &p, end, who);
         if (rc) {
             release(b);
             return rc;
@@ -390,18 +395,12 @@ extern "C" IV_EXPORT uint32_t intfVelmor_unserializeBodyBounded(
 {
     const intfVelmor_descriptor &d = intfVelmor_base;
     const iv::MsgDesc *m = nullptr;
-    if (entryFn) {
-        uint32_t i = 0;
-        while (i < INTFVELMOR_CMD_COUNT && d.cmd.entries[i].unserializeBody != entryFn)
-            ++i;
-        if (i < INTFVELMOR_CMD_COUNT) {
+    for (uint32_t i = 0; entryFn && !m && i < INTFVELMOR_CMD_COUNT; ++i)
+        if (d.cmd.entries[i].unserializeBody == entryFn)
             m = iv::kCommands[i];
-        } else {
-            for (i = 0; i < INTFVELMOR_NTFY_COUNT && !m; ++i)
-                if (d.ntfy.entries[i].unserializeBody == entryFn)
-                    m = iv::kNotifications[i];
-        }
-    }
+    for (uint32_t i = 0; entryFn && !m && i < INTFVELMOR_NTFY_COUNT; ++i)
+        if (d.ntfy.entries[i].unserializeBody == entryFn)
+            m = iv::kNotifications[i];
     if (!m)
         return INTFVELMOR_ERR_TYPE;
     if (!end || (bytes && end < bytes))

@@ -10,25 +10,20 @@ namespace iv {
 
 // The bodies' descriptions are defined with their messages; bodies without
 // members have none.
+#define IV_DECLARE_NAMES(T)                         \
+    template <>                                     \
+    const char *const MemberNames<T>::type;         \
+    template <>                                     \
+    const char *const MemberNames<T>::text;         \
+    template <>                                     \
+    const Field *const MemberNames<T>::fields;
 #define IV_DECLARE_BODY(T)                          \
     template <>                                     \
     const DescTables<T> Desc<T>::d;                 \
-    template <>                                     \
-    const char *const MemberNames<T>::type;         \
-    template <>                                     \
-    const char *const MemberNames<T>::text;         \
-    template <>                                     \
-    const Field *const MemberNames<T>::fields;
-#define IV_DECLARE_RECORD_NAMES(T)                  \
-    template <>                                     \
-    const char *const MemberNames<T>::type;         \
-    template <>                                     \
-    const char *const MemberNames<T>::text;         \
-    template <>                                     \
-    const Field *const MemberNames<T>::fields;
+    IV_DECLARE_NAMES(T)
 #define IV_DECLARE_CMD(index, name, ...) IV_DECLARE_BODY(ivReq_##name) IV_DECLARE_BODY(ivRes_##name)
 #define IV_DECLARE_NTFY(index, name, ...) IV_DECLARE_BODY(ivNtfy_##name)
-INTFVELMOR_RECORD_TYPES(IV_DECLARE_RECORD_NAMES)
+INTFVELMOR_RECORD_TYPES(IV_DECLARE_NAMES)
 IV_COMMANDS(IV_DECLARE_CMD)
 IV_NOTIFICATIONS(IV_DECLARE_NTFY)
 

@@ -357,8 +357,8 @@ struct Program {
     }
     // A description whose only step is a nested record (most message bodies,
     // a few records) has that record's items at that record's offset: the
-    // entry points go straight to it, with no level of their own. Nested
-    // calls do not look: wrappers are rare inside records.
+    // entry points below go straight to it, with no level of their own.
+    // Nested calls do not look: wrappers are rare inside records.
     template <class Byte>
     static const TypeDesc &innermost(const TypeDesc &d, Byte *&rec)
     {
@@ -369,6 +369,8 @@ struct Program {
         }
         return *t;
     }
+    // The entry points' walks, from a description that may be a wrapper;
+    // inline, so that the exports' one-pass read calls nothing before it.
     static uint8_t *putOuter(const TypeDesc &outer, const uint8_t *rec, uint8_t *p)
     {
         const TypeDesc &d = innermost(outer, rec);
@@ -725,19 +727,6 @@ uint32_t copy(const TypeDesc &d, void *dst, const void *src)
     return 0;
 }
 
-uint32_t length(const TypeDesc &d, const void *rec)
-{
-    return rec ? Program::sizeOuter(d, (const uint8_t *)rec) : 0;
-}
-
-uint32_t serialize(const TypeDesc &d, const void *rec, uint8_t **pos)
-{
-    if (!rec || !pos || !*pos)
-        return kMalformed;
-    *pos = Program::putOuter(d, (const uint8_t *)rec, *pos);
-    return 0;
-}
-
 uint32_t wireLength(const TypeDesc &d, const void *rec)
 {
     return Program::sizeOuter(d, (const uint8_t *)rec);
@@ -753,6 +742,17 @@ bool readWellFormed(const TypeDesc &d, void *rec, const uint8_t *&p, const uint8
     return Program::getOuter(d, (uint8_t *)rec, p, end);
 }
 
+uint32_t readReporting(const TypeDesc &d, void *rec, const uint8_t **pos, const uint8_t *end,
+                       const Reporter &who)
+{
+    return Engine::read(d, (uint8_t *)rec, *pos, end, who);
+}
+
+uint32_t length(const TypeDesc &d, const void *rec)
+{
+    return rec ? Program::sizeOuter(d, (const uint8_t *)rec) : 0;
+}
+
 uint32_t recCopy(void *dst, const void *src, uint32_t type)
 {
     return copy(recordType((uint8_t)type), dst, src);
@@ -765,7 +765,10 @@ uint32_t recLength(const void *rec, uint32_t type)
 
 uint32_t recSerialize(const void *rec, uint8_t **pos, uint32_t type)
 {
-    return serialize(recordType((uint8_t)type), rec, pos);
+    if (!rec || !pos || !*pos)
+        return kMalformed;
+    *pos = Program::putOuter(recordType((uint8_t)type), (const uint8_t *)rec, *pos);
+    return 0;
 }
 
 uint32_t recUnserialize(void *rec, const uint8_t **pos, uint32_t type)
@@ -774,22 +777,33 @@ uint32_t recUnserialize(void *rec, const uint8_t **pos, uint32_t type)
     return readRecord(recordType((uint8_t)type), rec, pos, nullptr, fail);
 }
 
+// A record's bytes that the one-pass read refused, read again from their
+// start by the reader that reports, as the record's own unserialize.
+static uint32_t readRefused(const TypeDesc &d, void *rec, const uint8_t **pos,
+                            const uint8_t *end, ReadFailure &fail)
+{
+    fail.start = *pos;
+    return readReporting(d, rec, pos, end, Reporter{unserializeName(d), *pos, &fail});
+}
+
+// Its own one-pass read rather than a call to readRecord: the call is a tenth of
+// a small record's decode.
 uint32_t recUnserializeBounded(void *rec, const uint8_t **pos, const uint8_t *end, uint32_t type)
 {
-    if (!end || !pos || !*pos || end < *pos)
+    if (!rec || !end || !pos || !*pos || end < *pos)
         return kMalformed;
     const TypeDesc &d = recordType((uint8_t)type);
     const uint8_t *p = *pos;
-    if (rec && Program::getOuter(d, (uint8_t *)rec, p, end)) {
+    if (Program::getOuter(d, (uint8_t *)rec, p, end)) {
         *pos = p;
         return 0;
     }
     ReadFailure fail;
-    return readRecord(d, rec, pos, end, fail);
+    return readRefused(d, rec, pos, end, fail);
 }
 
-uint32_t unserializeAs(const TypeDesc &d, void *rec, const uint8_t **pos, const uint8_t *end,
-                       Reporter who)
+uint32_t readRecord(const TypeDesc &d, void *rec, const uint8_t **pos, const uint8_t *end,
+                    ReadFailure &fail)
 {
     if (!rec || !pos || !*pos)
         return kMalformed;
@@ -798,16 +812,7 @@ uint32_t unserializeAs(const TypeDesc &d, void *rec, const uint8_t **pos, const 
         *pos = p;
         return 0;
     }
-    return Engine::read(d, (uint8_t *)rec, *pos, end, who);
-}
-
-uint32_t readRecord(const TypeDesc &d, void *rec, const uint8_t **pos, const uint8_t *end,
-                    ReadFailure &fail)
-{
-    if (!pos)
-        return kMalformed;
-    fail.start = *pos;
-    return unserializeAs(d, rec, pos, end, Reporter{unserializeName(d), *pos, &fail});
+    return readRefused(d, rec, pos, end, fail);
 }
 
 }  // namespace iv

@@ -243,19 +243,22 @@ struct Reporter {
     ReadFailure *fail;
 };
 
-// The record operations on a description; the exports' checks of their
-// arguments included.
+// The record operations on a description, with the exports' checks of their
+// arguments: the copy, and the wire length (0 for a null record).
 uint32_t copy(const TypeDesc &d, void *dst, const void *src);
 uint32_t length(const TypeDesc &d, const void *rec);
-uint32_t serialize(const TypeDesc &d, const void *rec, uint8_t **pos);
 
-// For callers that have checked their pointers (the message frame): the
-// wire length of a record or body, its items written at p (the end
-// returned), and the one-pass read that takes only well-formed bytes (false:
-// read them again with unserializeAs, which reports).
+// For callers that have checked their pointers: the wire length of a record
+// or body, its items written at p (the end returned), and the one-pass read
+// that takes only well-formed bytes (false: read them again with
+// readReporting, which takes what the format allows and reports).
 uint32_t wireLength(const TypeDesc &d, const void *rec);
 uint8_t *writeWire(const TypeDesc &d, const void *rec, uint8_t *p);
 bool readWellFormed(const TypeDesc &d, void *rec, const uint8_t *&p, const uint8_t *end);
+// Reads member by member, reporting as `who` (message bodies report as the
+// body callback, their offsets counted from who.fail->start).
+uint32_t readReporting(const TypeDesc &d, void *rec, const uint8_t **pos, const uint8_t *end,
+                       const Reporter &who);
 
 // The exported record operations: their own arguments first and the type's
 // number last, so that each export is a single jump here and names its type
@@ -271,11 +274,6 @@ uint32_t recUnserializeBounded(void *rec, const uint8_t **pos, const uint8_t *en
 // why and where; it is left alone otherwise.
 uint32_t readRecord(const TypeDesc &d, void *rec, const uint8_t **pos, const uint8_t *end,
                     ReadFailure &fail);
-// The same, reporting as `who` (message bodies report as the body callback,
-// their offsets counted from who.fail->start).
-uint32_t unserializeAs(const TypeDesc &d, void *rec, const uint8_t **pos, const uint8_t *end,
-                       Reporter who);
-
 // One string item's text, read and checked against the capacity: the shared
 // reader of the engine and of message bodies.
 uint32_t readText(const Reporter &who, const uint8_t *&p, const uint8_t *end, uint32_t tag,
