@@ -303,7 +303,8 @@ template <size_t K>
 struct Program {
     std::array<Step, K> steps{};
     size_t count = 0;
-    size_t firstVar = K;
+    std::array<uint8_t, K> vars{};  // the steps that are not scalar runs, by index
+    size_t nvars = 0;
     uint32_t fixedWire = 0;
 
     // A scalar member joins the run before it when it follows it on the
@@ -325,13 +326,13 @@ struct Program {
     {
         steps[count++] = Step{op, f.tag, f.type, (uint8_t)field, f.offset, f.cap};
     }
-    // The first run of each group of scalar steps carries the group's bytes.
+    // The first run of each group of scalar steps carries the group's bytes;
+    // the other steps are listed, for the length walk.
     constexpr void segments()
     {
-        firstVar = count;
-        for (size_t i = count; i-- > 0;)
+        for (size_t i = 0; i < count; ++i)
             if (!isScalar(steps[i].op))
-                firstVar = i;
+                vars[nvars++] = (uint8_t)i;
         for (size_t i = 0; i < count;) {
             if (!isScalar(steps[i].op)) {
                 ++i;
@@ -389,6 +390,18 @@ constexpr std::array<char, L> textOf(const char (&s)[L])
     return text;
 }
 
+// The list of variable steps, then the name: the bytes after the steps.
+template <size_t L, size_t K, size_t N>
+constexpr std::array<uint8_t, L> tailOf(const Program<K> &p, const char (&name)[N])
+{
+    std::array<uint8_t, L> tail{};
+    for (size_t i = 0; i < p.nvars; ++i)
+        tail[i] = p.vars[i];
+    for (size_t i = 0; i < N; ++i)
+        tail[p.nvars + i] = (uint8_t)name[i];
+    return tail;
+}
+
 }  // namespace iv
 
 #define IV_MEMBER(m, tag) ::iv::member<decltype(Self::m)>(offsetof(Self, m), tag, #m)
@@ -438,19 +451,19 @@ constexpr std::array<char, L> textOf(const char (&s)[L])
     struct DescTables<T> {                                                                 \
         TypeDesc head;                                                                     \
         std::array<Step, ivFields_##T::big.count> steps;                                   \
-        std::array<char, sizeof kept> name;                                                \
+        std::array<uint8_t, ivFields_##T::big.nvars + sizeof kept> tail;                   \
     };                                                                                     \
     static_assert(offsetof(DescTables<T>, steps) == sizeof(TypeDesc) &&                    \
-                      offsetof(DescTables<T>, name) ==                                     \
+                      offsetof(DescTables<T>, tail) ==                                     \
                           sizeof(TypeDesc) + sizeof(Step) * ivFields_##T::big.count,       \
-                  #T ": the steps and the name lie right after the head");                 \
+                  #T ": the steps, the variable steps and the name lie right after the head"); \
     template <>                                                                            \
     const DescTables<T> Desc<T>::d = {                                                     \
         {(uint16_t)ivFields_##T::list.size(), (uint16_t)sizeof(T),                         \
-         (uint8_t)ivFields_##T::big.count, (uint8_t)ivFields_##T::big.firstVar,            \
+         (uint8_t)ivFields_##T::big.count, (uint8_t)ivFields_##T::big.nvars,               \
          (uint16_t)ivFields_##T::big.fixedWire},                                           \
         ::iv::stepsOf<ivFields_##T::big.count>(ivFields_##T::big),                         \
-        ::iv::textOf(kept)};                                                               \
+        ::iv::tailOf<ivFields_##T::big.nvars + sizeof kept>(ivFields_##T::big, kept)};     \
     template <>                                                                            \
     const char *const MemberNames<T>::type = ivFields_##T::title.data();                   \
     template <>                                                                            \

@@ -2,6 +2,8 @@
 
 #include <string.h>
 
+#include <utility>
+
 #include "wire/bytes.h"
 
 namespace iv {
@@ -283,8 +285,8 @@ inline bool getRun(const uint8_t *&pos, uint8_t *m, Head32 head, uint32_t n, uin
     ((op) <= Op::I8 ? (call1) : (op) <= Op::I16 ? (call2) : (call4))
 #endif
 
-// One scalar step: its run of items written.
-inline uint8_t *putScalars(const Step *s, const uint8_t *rec, uint8_t *p)
+// One scalar step: its run of items written by one loop for every width.
+inline uint8_t *putScalarsLoop(const Step *s, const uint8_t *rec, uint8_t *p)
 {
     const uint8_t *m = rec + s->offset;
     if (s->op == Op::U64) {
@@ -297,11 +299,68 @@ inline uint8_t *putScalars(const Step *s, const uint8_t *rec, uint8_t *p)
         }
         return p;
     }
-    Head32 head(s->tag, true);
-    return IV_BY_WIDTH(s->op, putRun(p, m, head, s->n, s->op, scalarWidth(s->op)),
-                       putRun(p, m, head, s->n, s->op, 2),
-                       putRun(p, m, head, s->n, Op::U32, 4));
+    return putRun(p, m, Head32(s->tag, true), s->n, s->op, scalarWidth(s->op));
 }
+
+#ifdef __OPTIMIZE_SIZE__
+inline uint8_t *putScalars(const Step *s, const uint8_t *rec, uint8_t *p)
+{
+    return putScalarsLoop(s, rec, p);
+}
+#else
+// Built for speed, a run of up to eight members goes as straight-line code,
+// reached by one jump on its member type and length: a loop's bookkeeping
+// and the dispatch on the width cost more than the items themselves. Longer
+// runs, which are rare, take the loop.
+template <class T, size_t... K>
+__attribute__((always_inline)) inline uint8_t *putEach(uint8_t *p, const uint8_t *m,
+                                                       uint32_t tag, std::index_sequence<K...>)
+{
+    if constexpr (sizeof(T) == 8) {
+        ((store64(p + kScalar64Size * K, word64(tag + K)),
+          store64(p + kScalar64Size * K + 8, word64(8)),
+          wr64(p + kScalar64Size * K + 16, load64(m + 8 * K))),
+         ...);
+        return p + kScalar64Size * sizeof...(K);
+    } else {
+        Head32 head(tag, true);
+        ((head.put(p + kScalar32Size * K),
+          wr32(p + kScalar32Size * K + 8, (uint32_t)(*(const T *)(m + sizeof(T) * K))),
+          head.next()),
+         ...);
+        return p + kScalar32Size * sizeof...(K);
+    }
+}
+
+constexpr uint32_t kUnrolled = 8;
+constexpr uint32_t unrolledCase(Op op, uint32_t n) { return (uint32_t)op * kUnrolled + n - 1; }
+
+__attribute__((always_inline)) inline uint8_t *putScalars(const Step *s, const uint8_t *rec,
+                                                          uint8_t *p)
+{
+    if (s->n > kUnrolled)
+        return putScalarsLoop(s, rec, p);
+    const uint8_t *m = rec + s->offset;
+    uint32_t tag = s->tag;
+    switch (unrolledCase(s->op, s->n)) {
+#define IV_PUT_CASE(op, T, n)                                                     \
+    case unrolledCase(Op::op, n):                                                 \
+        return putEach<T>(p, m, tag, std::make_index_sequence<n>());
+#define IV_PUT_CASES(op, T)                                                       \
+    IV_PUT_CASE(op, T, 1) IV_PUT_CASE(op, T, 2) IV_PUT_CASE(op, T, 3) IV_PUT_CASE(op, T, 4) \
+    IV_PUT_CASE(op, T, 5) IV_PUT_CASE(op, T, 6) IV_PUT_CASE(op, T, 7) IV_PUT_CASE(op, T, 8)
+        IV_PUT_CASES(U8, uint8_t)
+        IV_PUT_CASES(I8, int8_t)
+        IV_PUT_CASES(U16, uint16_t)
+        IV_PUT_CASES(I16, int16_t)
+        IV_PUT_CASES(U32, uint32_t)
+        IV_PUT_CASES(U64, uint64_t)
+#undef IV_PUT_CASES
+#undef IV_PUT_CASE
+    default: __builtin_unreachable();  // every scalar form and length up to 8 has its case
+    }
+}
+#endif
 
 // One scalar step: its run of items read, the bytes of its group checked
 // first when it is the group's first step.
@@ -345,15 +404,15 @@ struct Program {
     }
     static uint8_t *put(const TypeDesc &d, const uint8_t *rec, uint8_t *p)
     {
-        return d.firstVar != d.nsteps ? write(d, rec, p) : writeFlat(d, rec, p);
+        return d.nvars ? write(d, rec, p) : writeFlat(d, rec, p);
     }
     static bool get(const TypeDesc &d, uint8_t *rec, const uint8_t *&pos, const uint8_t *end)
     {
-        return d.firstVar != d.nsteps ? read(d, rec, pos, end) : readFlat(d, rec, pos, end);
+        return d.nvars ? read(d, rec, pos, end) : readFlat(d, rec, pos, end);
     }
     static uint32_t size(const TypeDesc &d, const uint8_t *rec)
     {
-        return d.firstVar != d.nsteps ? length(d, rec) : d.fixedWire;
+        return d.nvars ? length(d, rec) : d.fixedWire;
     }
     // A description whose only step is a nested record (most message bodies,
     // a few records) has that record's items at that record's offset: the
@@ -420,24 +479,23 @@ void Program::copy(const TypeDesc &d, uint8_t *dst, const uint8_t *src)
 
 uint32_t Program::length(const TypeDesc &d, const uint8_t *rec)
 {
+    // The scalar runs are counted in fixedWire: only the listed steps are visited.
     uint32_t len = d.fixedWire;
-    for (const Step *s = d.steps() + d.firstVar, *e = d.steps() + d.nsteps; s != e; ++s) {
-        if (isScalar(s->op))  // counted in fixedWire; tested first, as most steps are
-            continue;
+    const Step *steps = d.steps();
+    for (const uint8_t *v = d.vars(), *e = v + d.nvars; v != e; ++v) {
+        const Step *s = steps + *v;
         const uint8_t *m = rec + s->offset;
         switch (s->op) {
         case Op::Text: len += textItemSize(textLen((const char *)m, s->bound)); break;
         case Op::Record: len += size(s->sub(), m); break;
         case Op::ElemsU32: len += kScalar32Size * elements(s, rec); break;
-        case Op::ElemsRec:
-        case Op::Table: {
+        default: {  // ElemsRec, Table
             uint32_t n = elements(s, rec);
             const TypeDesc &elem = s->sub();
             for (uint32_t i = 0; i < n; ++i)
                 len += size(elem, m + i * elem.size);
             break;
         }
-        default: break;
         }
     }
     return len;

@@ -117,21 +117,23 @@ struct Step {
 
 static_assert(sizeof(Step) == 8, "a step stays eight bytes");
 
-// A type's description: this head, then right after it its steps and its
-// name, all in one constant object (DescTables<T>, wire/describe.h) that
-// holds no pointer, so it needs no relocation and stays in read-only pages.
+// A type's description: this head, then right after it its steps, the list
+// of its variable steps and its name, all in one constant object
+// (DescTables<T>, wire/describe.h) that holds no pointer, so it needs no
+// relocation and stays in read-only pages.
 struct TypeDesc {
     uint16_t count;     // members described (fields, for the tools)
     uint16_t size;      // sizeof the struct
     uint8_t nsteps;
-    uint8_t firstVar;   // first step that is not a scalar run (or nsteps): the
-                        // steps whose wire length depends on the contents
+    uint8_t nvars;      // steps that are not scalar runs, whose wire length depends
+                        // on the contents: their indices follow the steps
     uint16_t fixedWire; // wire bytes of the scalar runs
 
     const Step *steps() const { return reinterpret_cast<const Step *>(this + 1); }
     // The type's own name, as in log lines; empty for message bodies, whose
     // names no line carries (tools find every name through types/names.h).
-    const char *name() const { return reinterpret_cast<const char *>(steps() + nsteps); }
+    const uint8_t *vars() const { return reinterpret_cast<const uint8_t *>(steps() + nsteps); }
+    const char *name() const { return reinterpret_cast<const char *>(vars() + nvars); }
 };
 
 static_assert(sizeof(TypeDesc) == 8 && alignof(Step) <= alignof(TypeDesc),
