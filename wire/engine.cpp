@@ -385,8 +385,8 @@ inline bool getScalars(const Step *s, uint8_t *rec, const uint8_t *&p, const uin
 }
 
 struct Program {
-    // Types whose steps are all scalar runs take these: they call nothing,
-    // so they keep everything in registers.
+    // Types whose steps are all scalar runs take these (writeFlat only where
+    // built for size): they call nothing, so they keep everything in registers.
     static uint8_t *writeFlat(const TypeDesc &d, const uint8_t *rec, uint8_t *p)
     {
         for (const Step *s = d.steps(), *e = s + d.nsteps; s != e; ++s)
@@ -404,7 +404,13 @@ struct Program {
     }
     static uint8_t *put(const TypeDesc &d, const uint8_t *rec, uint8_t *p)
     {
-        return d.nvars ? write(d, rec, p) : writeFlat(d, rec, p);
+#ifdef __OPTIMIZE_SIZE__
+        if (!d.nvars)
+            return writeFlat(d, rec, p);
+#endif
+        // Built for speed, the writer's straight-line runs are code enough to
+        // keep once: write() takes the flat types too.
+        return write(d, rec, p);
     }
     static bool get(const TypeDesc &d, uint8_t *rec, const uint8_t *&pos, const uint8_t *end)
     {
