@@ -89,6 +89,15 @@ inline uint8_t *putScalar32(uint8_t *p, uint32_t tag, uint32_t value)
     return p + 12;
 }
 
+// One scalar64 item: tag, length 8 (each a 64-bit word), value.
+inline uint8_t *putScalar64(uint8_t *p, uint32_t tag, uint64_t value)
+{
+    wr64(p, tag);
+    wr64(p + 8, 8);
+    wr64(p + 16, value);
+    return p + 24;
+}
+
 // Wire length of a text of n characters: tag, length, text, NUL and 1 to 4 pad bytes.
 constexpr uint32_t textItemSize(uint32_t n) { return 12 + ((n + 1) & ~3u); }
 

@@ -290,13 +290,8 @@ inline uint8_t *putScalarsLoop(const Step *s, const uint8_t *rec, uint8_t *p)
 {
     const uint8_t *m = rec + s->offset;
     if (s->op == Op::U64) {
-        uint64_t len = word64(8);
-        for (uint32_t i = 0; i < s->n; ++i) {
-            store64(p, word64(s->tag + i));
-            store64(p + 8, len);
-            wr64(p + 16, load64(m + 8 * i));
-            p += kScalar64Size;
-        }
+        for (uint32_t i = 0; i < s->n; ++i)
+            p = putScalar64(p, s->tag + i, load64(m + 8 * i));
         return p;
     }
     return putRun(p, m, Head32(s->tag, true), s->n, s->op, scalarWidth(s->op));
@@ -317,11 +312,8 @@ __attribute__((always_inline)) inline uint8_t *putEach(uint8_t *p, const uint8_t
                                                        uint32_t tag, std::index_sequence<K...>)
 {
     if constexpr (sizeof(T) == 8) {
-        ((store64(p + kScalar64Size * K, word64(tag + K)),
-          store64(p + kScalar64Size * K + 8, word64(8)),
-          wr64(p + kScalar64Size * K + 16, load64(m + 8 * K))),
-         ...);
-        return p + kScalar64Size * sizeof...(K);
+        ((p = putScalar64(p, tag + K, load64(m + 8 * K))), ...);
+        return p;
     } else {
         Head32 head(tag, true);
         ((head.put(p + kScalar32Size * K),

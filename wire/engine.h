@@ -130,9 +130,9 @@ struct TypeDesc {
     uint16_t fixedWire; // wire bytes of the scalar runs
 
     const Step *steps() const { return reinterpret_cast<const Step *>(this + 1); }
+    const uint8_t *vars() const { return reinterpret_cast<const uint8_t *>(steps() + nsteps); }
     // The type's own name, as in log lines; empty for message bodies, whose
     // names no line carries (tools find every name through types/names.h).
-    const uint8_t *vars() const { return reinterpret_cast<const uint8_t *>(steps() + nsteps); }
     const char *name() const { return reinterpret_cast<const char *>(vars() + nvars); }
 };
 
