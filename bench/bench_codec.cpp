@@ -437,7 +437,7 @@ void roundTripCases()
         if (intfVelmor_regUser_msgMngt(u, 0, nullptr, INTFVELMOR_SEL_BOTH))
             fail("intfVelmor_regUser_msgMngt failed");
 #define SERVE(idx, X, ...)                                                            \
-    if (intfVelmor_modSrv_recvMsg_##X(wifi, refhost_token((void *)hd_##X), 0, 0))      \
+    if (intfVelmor_modSrv_recvMsg_##X(wifi, refhost_token((refhost_fn)hd_##X), 0, 0))      \
         fail("modSrv_recvMsg_" #X " failed");
     IV_COMMANDS(SERVE)
 #undef SERVE

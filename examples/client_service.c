@@ -27,7 +27,7 @@ static uint32_t serve(void *wifi)
     /* On the reference host, word 1 carries the handler (as a token) and
      * word 2 the reference word the handler gets back. */
     return intfVelmor_modSrv_recvMsg_getCCAStatistic(
-        wifi, refhost_token((void *)onGetCCAStatistic), 0, 0);
+        wifi, refhost_token((refhost_fn)onGetCCAStatistic), 0, 0);
 }
 
 static void publish(void *wifi)
@@ -64,7 +64,7 @@ static uint32_t ask(void *client)
 static uint32_t subscribe(void *client)
 {
     return intfVelmor_modCliNtfyUser_recvMsg_beaconReport(
-        client, refhost_token((void *)onBeaconReport), 0, 0, "wifi", NULL);
+        client, refhost_token((refhost_fn)onBeaconReport), 0, 0, "wifi", NULL);
 }
 /* [client end] */
 

@@ -104,7 +104,7 @@ struct State {
     std::vector<Method> methods;
     std::vector<Method> subs;
     std::vector<User *> needUpdates;
-    std::vector<void *> tokens;
+    std::vector<refhost_fn> tokens;
     std::vector<Ctx *> ctxs;
     std::unordered_map<void *, Held> held;
     std::map<std::string, Blocks> blocks;
@@ -618,7 +618,7 @@ void *tolkIntf_getCore_user(void *user)
 
 /* ---- tokens -------------------------------------------------------------- */
 
-uint32_t refhost_token(void *fn)
+uint32_t refhost_token(refhost_fn fn)
 {
     Hold hold(gLock);
     if (!fn)
@@ -630,7 +630,7 @@ uint32_t refhost_token(void *fn)
     return static_cast<uint32_t>(g.tokens.size());
 }
 
-void *refhost_fromToken(uint32_t token)
+refhost_fn refhost_fromToken(uint32_t token)
 {
     Hold hold(gLock);
     if (token == 0 || token > g.tokens.size())
@@ -656,7 +656,7 @@ uint32_t tolkIntf_modSrv_mthd(void *user, uint32_t word1, uint32_t word2, uint32
     if (!b || index >= b->entryCount || index >= INTFVELMOR_CMD_COUNT)
         return REFHOST_ERR_ARG;
     noteBlocks(intfName, cmdBlock, ntfyBlock);
-    putMethod(g.methods, Method{u, b->entries, &b->mngtNum, index, refhost_fromToken(word1),
+    putMethod(g.methods, Method{u, b->entries, &b->mngtNum, index, reinterpret_cast<void *>(refhost_fromToken(word1)),
                                 word2, word3, mthdMagic, intfName ? intfName : ""});
     return 0;
 }
@@ -677,7 +677,7 @@ uint32_t tolkIntf_modCliNtfyUser_mthd(void *user, uint32_t word1, uint32_t word2
     if (!b || index >= b->entryCount || index >= INTFVELMOR_NTFY_COUNT)
         return REFHOST_ERR_ARG;
     noteBlocks(intfName, cmdBlock, ntfyBlock);
-    putMethod(g.subs, Method{u, b->entries, &b->mngtNum, index, refhost_fromToken(word1), word2,
+    putMethod(g.subs, Method{u, b->entries, &b->mngtNum, index, reinterpret_cast<void *>(refhost_fromToken(word1)), word2,
                              word3, mthdMagic, intfName ? intfName : ""});
     return 0;
 }

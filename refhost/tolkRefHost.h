@@ -133,9 +133,12 @@ void refhost_freeUser(void *user);
 /* 1 when the user is registered with the management, else 0. */
 int refhost_isUserRegistered(void *user, uint16_t mngtNum);
 
-/* Tokens stand for function pointers in 32-bit caller words. */
-uint32_t refhost_token(void *fn);
-void *refhost_fromToken(uint32_t token);
+/* Tokens stand for function pointers in 32-bit caller words. A handler of
+ * any type is passed cast to refhost_fn, a cast ISO C allows between
+ * function pointer types (unlike one to void *). */
+typedef void (*refhost_fn)(void);
+uint32_t refhost_token(refhost_fn fn);
+refhost_fn refhost_fromToken(uint32_t token);
 
 /* The next call of that host function fails with the code (0 cancels). */
 void refhost_failNext(refhost_call which, uint32_t code);

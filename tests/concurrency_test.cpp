@@ -204,7 +204,7 @@ void onNotification(void *, uint32_t, char *mac, int8_t v1, int8_t v2)
 template <class F>
 uint32_t token(F *fn)
 {
-    return refhost_token(reinterpret_cast<void *>(fn));
+    return refhost_token(reinterpret_cast<refhost_fn>(fn));
 }
 
 void sender(void *client, void *srv)

@@ -46,7 +46,7 @@ Received receive(const intfVelmor_entry &e, int32_t type, const Bytes &b)
 class Frame : public Messages {
 protected:
     // getCCAStatistic served by the service (handler null: none) and asked by the client.
-    uint32_t serve(void *handler)
+    uint32_t serve(refhost_fn handler)
     {
         return intfVelmor_modSrv_recvMsg_getCCAStatistic(srv, refhost_token(handler), kSrvRef, 0);
     }
@@ -154,7 +154,7 @@ TEST_F(Frame, NullBodies)
     EXPECT_EQ(nullptr, out);
     cmd(kCCA).freeBody(0, nullptr);
     cmd(kCCA).freeBody(1, nullptr);
-    intfVelmor_recvReq_getCCAStatistic(nullptr, nullptr, fnp(onRequest<>), 0);
+    intfVelmor_recvReq_getCCAStatistic(nullptr, nullptr, reinterpret_cast<void *>(fnp(onRequest<>)), 0);
     EXPECT_TRUE(g_handled.empty());
     const std::string null = ": Ctx[NULL] text[]\n";
     EXPECT_EQ(linesAt(3), (Strings{cb("serializeBody", "msgCmdReq", "getCCAStatistic") + null,
@@ -246,7 +246,7 @@ std::string checkMagic(const std::string &fn)
 TEST_F(FrameDeathTest, ForeignBodyAborts)
 {
     Head body{0x12345678, 0};
-    EXPECT_EXIT(intfVelmor_recvReq_getCCAStatistic(nullptr, &body, fnp(onRequest<>), 0),
+    EXPECT_EXIT(intfVelmor_recvReq_getCCAStatistic(nullptr, &body, reinterpret_cast<void *>(fnp(onRequest<>)), 0),
                 testing::KilledBySignal(SIGABRT), checkMagic("intfVelmor_recvReq_getCCAStatistic"));
     // A request body is checked before its reference word.
     Head held{0x12345678, 1};

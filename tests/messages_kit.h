@@ -143,9 +143,9 @@ void onResponse(void *ctx, uint32_t ref, A... args)
 }
 
 template <class F>
-void *fnp(F *f)
+refhost_fn fnp(F *f)
 {
-    return reinterpret_cast<void *>(f);
+    return reinterpret_cast<refhost_fn>(f);
 }
 
 // ---- every command and notification, with filled members --------------------------
@@ -161,7 +161,7 @@ struct Command {
     uint32_t index;
     std::string name;
     ModSrvFn modSrv;
-    void *handler;  // onRequest with the command's arguments
+    refhost_fn handler;  // onRequest with the command's arguments
     std::function<uint32_t(void *client)> send;
     std::function<void(void *ctx)> answer;
     Strings handled, answered;
@@ -172,7 +172,7 @@ struct Notification {
     uint32_t index;
     std::string name, sendName;
     SubscribeFn subscribe;
-    void *handler;
+    refhost_fn handler;
     std::function<void(void *srv)> publish;
     Strings members;
     Bytes bytes;  // the whole body

@@ -35,7 +35,7 @@ protected:
         ASSERT_EQ(0u, intfVelmor_regUser_msgMngt(panel, 0, nullptr, INTFVELMOR_SEL_NTFY));
     }
 
-    void subscribe(SubscribeFn fn, void *clientHandler, void *panelHandler)
+    void subscribe(SubscribeFn fn, refhost_fn clientHandler, refhost_fn panelHandler)
     {
         ASSERT_EQ(0u, fn(client, refhost_token(clientHandler), kRefClient, 0, "bus", client));
         ASSERT_EQ(0u, fn(panel, refhost_token(panelHandler), kRefPanel, 0, "bus", panel));
@@ -113,7 +113,7 @@ TEST_F(NtfyDeathTest, ForeignBodyAborts)
     uint32_t len = 0;
     EXPECT_EXIT(ntfy(2).serializeBody(0, &body, &out, &len), testing::KilledBySignal(SIGABRT),
                 cb("serializeBody", "msgNtfyReq", "beaconReport") + check);
-    void *handler = fnp(onRequest<char *, int8_t, int8_t>);
+    void *handler = reinterpret_cast<void *>(fnp(onRequest<char *, int8_t, int8_t>));
     EXPECT_EXIT(intfVelmor_recvReq_ntfyBeaconReport(nullptr, &body, handler, 0),
                 testing::KilledBySignal(SIGABRT), "intfVelmor_recvReq_ntfyBeaconReport" + check);
     EXPECT_EXIT(ntfy(2).freeBody(0, &body), testing::KilledBySignal(SIGABRT),

@@ -169,7 +169,7 @@ public:
     }
     void serve(uint32_t index, Handler h, uint32_t ref)
     {
-        ASSERT_EQ(tolkIntf_modSrv_mthd(server, refhost_token(reinterpret_cast<void *>(h)), ref, 0,
+        ASSERT_EQ(tolkIntf_modSrv_mthd(server, refhost_token(reinterpret_cast<refhost_fn>(h)), ref, 0,
                                        kMagic + 1, "Test", &cmd, &ntfy, index, 0xFFFF, 0xFFFF),
                   0u);
     }
@@ -183,7 +183,7 @@ public:
     }
     void subscribe(void *user, uint32_t index, Handler h, uint32_t ref)
     {
-        ASSERT_EQ(tolkIntf_modCliNtfyUser_mthd(user, refhost_token(reinterpret_cast<void *>(h)),
+        ASSERT_EQ(tolkIntf_modCliNtfyUser_mthd(user, refhost_token(reinterpret_cast<refhost_fn>(h)),
                                                ref, 0, kMagic + 1, "bus", nullptr, "Test", &cmd,
                                                &ntfy, index),
                   0u);

@@ -503,7 +503,7 @@ void setUp()
               "intfVelmor_regUser_msgMngt");
     }
     void *wifi = g.users[kWifi];
-#define SERVE(X, hd) check(intfVelmor_modSrv_recvMsg_##X(wifi, refhost_token((void *)hd), kWifi, 0), #X)
+#define SERVE(X, hd) check(intfVelmor_modSrv_recvMsg_##X(wifi, refhost_token((refhost_fn)hd), kWifi, 0), #X)
     SERVE(getAssocDevStats, hdGetAssocDevStats);
     SERVE(selectAndCreateRadio, hdSelectAndCreateRadio);
     SERVE(createAccessPoint, hdCreateAccessPoint);
@@ -523,10 +523,10 @@ void setUp()
     for (Who w : {kClient, kMonitor}) {
         void *u = g.users[w];
         check(intfVelmor_modCliNtfyUser_recvMsg_meshTUKExtenderPairing(
-                  u, refhost_token((void *)onExtenderPairing), w, 0, "wifi", nullptr), "subscribe");
+                  u, refhost_token((refhost_fn)onExtenderPairing), w, 0, "wifi", nullptr), "subscribe");
         check(intfVelmor_modCliNtfyUser_recvMsg_meshTUKClientsLowRSSI(
-                  u, refhost_token((void *)onClientsLowRSSI), w, 0, "wifi", nullptr), "subscribe");
-        check(intfVelmor_modCliNtfyUser_recvMsg_beaconReport(u, refhost_token((void *)onBeaconReport), w,
+                  u, refhost_token((refhost_fn)onClientsLowRSSI), w, 0, "wifi", nullptr), "subscribe");
+        check(intfVelmor_modCliNtfyUser_recvMsg_beaconReport(u, refhost_token((refhost_fn)onBeaconReport), w,
                                                              0, "wifi", nullptr), "subscribe");
     }
 }

@@ -113,12 +113,12 @@ int main(int argc, char **argv)
     void *client = refhost_newUser("client");
     intfVelmor_regUser_msgMngt(wifi, 0, nullptr, INTFVELMOR_SEL_BOTH);
     intfVelmor_regUser_msgMngt(client, 0, nullptr, INTFVELMOR_SEL_BOTH);
-    intfVelmor_modSrv_recvMsg_getCCAStatistic(wifi, refhost_token((void *)onCCA), 0, 0);
-    intfVelmor_modSrv_recvMsg_getAssocDevStats(wifi, refhost_token((void *)onStations), 0, 0);
-    intfVelmor_modSrv_recvMsg_temporarilyBlackList(wifi, refhost_token((void *)onBlackList), 0, 0);
-    intfVelmor_modSrv_recvMsg_beaconRequest(wifi, refhost_token((void *)onBeacon), 0, 0);
-    intfVelmor_modCliNtfyUser_recvMsg_meshTUKExtenderPairing(client, refhost_token((void *)gotPairing), 0, 0, "wifi", nullptr);
-    intfVelmor_modCliNtfyUser_recvMsg_meshTUKClientsLowRSSI(client, refhost_token((void *)gotLowRssi), 0, 0, "wifi", nullptr);
+    intfVelmor_modSrv_recvMsg_getCCAStatistic(wifi, refhost_token((refhost_fn)onCCA), 0, 0);
+    intfVelmor_modSrv_recvMsg_getAssocDevStats(wifi, refhost_token((refhost_fn)onStations), 0, 0);
+    intfVelmor_modSrv_recvMsg_temporarilyBlackList(wifi, refhost_token((refhost_fn)onBlackList), 0, 0);
+    intfVelmor_modSrv_recvMsg_beaconRequest(wifi, refhost_token((refhost_fn)onBeacon), 0, 0);
+    intfVelmor_modCliNtfyUser_recvMsg_meshTUKExtenderPairing(client, refhost_token((refhost_fn)gotPairing), 0, 0, "wifi", nullptr);
+    intfVelmor_modCliNtfyUser_recvMsg_meshTUKClientsLowRSSI(client, refhost_token((refhost_fn)gotLowRssi), 0, 0, "wifi", nullptr);
 
     assocDevListReq query = {};
     query.devicesCount = 2;

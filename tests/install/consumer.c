@@ -49,7 +49,7 @@ int main(void)
     client = refhost_newUser("client");
     rc |= intfVelmor_regUser_msgMngt(wifi, 0, NULL, INTFVELMOR_SEL_BOTH);
     rc |= intfVelmor_regUser_msgMngt(client, 0, NULL, INTFVELMOR_SEL_BOTH);
-    rc |= intfVelmor_modSrv_recvMsg_getCCAStatistic(wifi, refhost_token((void *)onGetCCAStatistic),
+    rc |= intfVelmor_modSrv_recvMsg_getCCAStatistic(wifi, refhost_token((refhost_fn)onGetCCAStatistic),
                                                     77, 0);
     rc |= intfVelmor_sendReq_getCCAStatistic(client, onStats, 9, 0, "wifi");
     refhost_freeUser(client);
