@@ -1,7 +1,9 @@
 /* A C99 program built against the installed library and reference host: one
- * record on the wire, and one command from a client to a service. */
+ * record on the wire, and one command from a client to a service, with the
+ * library's log lines on standard error. */
 #include <stdio.h>
 #include <string.h>
+#include <syslog.h>
 
 #include <intfVelmor.h>
 #include <tolkRefHost.h>
@@ -44,13 +46,31 @@ int main(void)
         return 1;
     }
 
-    rc = intfVelmor_initialize();
+    /* The library logs through syslog without opening it: the program
+     * chooses where its lines go, here standard error as well. */
+    openlog("consumer", LOG_PERROR, LOG_USER);
+
     wifi = refhost_newUser("wifi");
     client = refhost_newUser("client");
+    /* Before intfVelmor_initialize a request is refused by the host, with
+     * the host's own code. */
+    rc = intfVelmor_sendReq_getCCAStatistic(client, onStats, 9, 0, "wifi");
+    if (rc != REFHOST_ERR_MNGT || answer) {
+        printf("send before initialize: code %u, answer %u\n", (unsigned)rc, (unsigned)answer);
+        return 1;
+    }
+
+    rc = intfVelmor_initialize();
     rc |= intfVelmor_regUser_msgMngt(wifi, 0, NULL, INTFVELMOR_SEL_BOTH);
     rc |= intfVelmor_regUser_msgMngt(client, 0, NULL, INTFVELMOR_SEL_BOTH);
     rc |= intfVelmor_modSrv_recvMsg_getCCAStatistic(wifi, refhost_token((refhost_fn)onGetCCAStatistic),
                                                     77, 0);
+    /* No service name: 0, nothing sent, one log line ("UserName Null"). */
+    rc |= intfVelmor_sendReq_getCCAStatistic(client, onStats, 9, 0, NULL);
+    if (answer) {
+        printf("a request without a service name was answered\n");
+        return 1;
+    }
     rc |= intfVelmor_sendReq_getCCAStatistic(client, onStats, 9, 0, "wifi");
     refhost_freeUser(client);
     refhost_freeUser(wifi);

@@ -35,23 +35,40 @@ if grep -rlE "$source_dir|$build" "$lib/cmake" "$lib/pkgconfig"; then
     fail "installed package files name the source or build tree"
 fi
 
-# CMake: find_package(IntfVelmor) and find_package(TolkRefHost).
+# run_consumer NAME PROGRAM [ENV...]: runs a consumer with nothing but the
+# given environment settings; it must pass and show the library's log line on
+# standard error, where its openlog(LOG_PERROR) sends it.
+run_consumer() {
+    name=$1 program=$2
+    shift 2
+    echo "$name:"
+    env -u LD_LIBRARY_PATH "$@" "$program" 2> "$work/$name.err" || { cat "$work/$name.err"; fail "$name"; }
+    grep -q 'consumer: \[INTFVELMOR\] -> intfVelmor_sendReq_getCCAStatistic([0-9]*): user(.*): UserName Null' \
+        "$work/$name.err" || { cat "$work/$name.err"; fail "$name: no log line on stderr"; }
+}
+
+# CMake: find_package(IntfVelmor) and find_package(TolkRefHost). The program
+# runs from its build tree as is: CMake gives it a run path to the prefix.
 cmake -S "$here" -B "$work/cmake" -G "$generator" -DCMAKE_C_COMPILER="$cc" \
       -DCMAKE_PREFIX_PATH="$prefix" > "$work/cmake.log" 2>&1 || { cat "$work/cmake.log"; exit 1; }
 cmake --build "$work/cmake" > "$work/build.log" 2>&1 || { cat "$work/build.log"; exit 1; }
-echo "find_package consumer:"
-LD_LIBRARY_PATH=$lib "$work/cmake/consumer"
+run_consumer find_package "$work/cmake/consumer"
 
-# pkg-config, as a Makefile would use it.
+# pkg-config, as a Makefile would use it: found through PKG_CONFIG_PATH, run
+# once through LD_LIBRARY_PATH and once built with a run path to libdir.
 PKG_CONFIG_PATH=$lib/pkgconfig
 export PKG_CONFIG_PATH
 [ "$(pkg-config --modversion intfvelmor)" = 1.0.0 ] || fail "pkg-config version"
 cflags=$(pkg-config --cflags intfvelmor tolkrefhost)
 libs=$(pkg-config --libs intfvelmor tolkrefhost)
+libdir=$(pkg-config --variable=libdir intfvelmor)
 # shellcheck disable=SC2086
-"$cc" -std=c99 -Wall -Wextra -Werror $cflags "$here/consumer.c" -o "$work/consumer-pc" $libs
-echo "pkg-config consumer:"
-LD_LIBRARY_PATH=$lib "$work/consumer-pc"
+"$cc" -std=c99 -pedantic -Wall -Wextra -Werror $cflags "$here/consumer.c" -o "$work/consumer-pc" $libs
+run_consumer pkg-config "$work/consumer-pc" LD_LIBRARY_PATH="$lib"
+# shellcheck disable=SC2086
+"$cc" -std=c99 -pedantic -Wall -Wextra -Werror $cflags "$here/consumer.c" -o "$work/consumer-rpath" \
+    $libs -Wl,-rpath,"$libdir"
+run_consumer pkg-config-rpath "$work/consumer-rpath"
 
 # The installed tool finds its libraries by itself.
 if [ -x "$prefix/bin/intfvelmor-wire" ]; then
