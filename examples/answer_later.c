@@ -83,7 +83,7 @@ static void onStatistics(void *ctx, uint32_t ref, assocDevListRet *res)
     (void)ctx;
     if (answers++ == 0)
         firstRef = ref;
-    sprintf(mac, "aa:bb:cc:dd:ee:%02u", (unsigned)ref);
+    snprintf(mac, sizeof mac, "aa:bb:cc:dd:ee:%02u", (unsigned)ref);
     if (res->devicesCount != 2 || strcmp(res->devices[0].mac, mac) != 0 ||
         res->devices[0].v6 != 17 * 100 + ref || res->devices[0].v8 != -40 - (int)ref ||
         res->devices[1].stats.v3 != 5000000000ull + ref + 1) {
@@ -100,9 +100,9 @@ static uint32_t ask(void *client, unsigned first)
     assocDevListReq req;
     memset(&req, 0, sizeof req);
     req.devicesCount = 2;
-    sprintf(req.devices[0].mac, "aa:bb:cc:dd:ee:%02u", first);
+    snprintf(req.devices[0].mac, sizeof req.devices[0].mac, "aa:bb:cc:dd:ee:%02u", first);
     req.devices[0].v4 = (uint8_t)first;
-    sprintf(req.devices[1].mac, "aa:bb:cc:dd:ee:%02u", first + 1);
+    snprintf(req.devices[1].mac, sizeof req.devices[1].mac, "aa:bb:cc:dd:ee:%02u", first + 1);
     req.devices[1].v4 = (uint8_t)(first + 1);
     return intfVelmor_sendReq_getStationsStatistics(client, onStatistics, first, 0, "wifi", &req);
 }

@@ -35,7 +35,7 @@ static void onSelectAndCreateRadio(void *ctx, uint32_t ref, char *text, RadioDef
     if (strcmp(radio->s3, "5GHz") == 0 && strcmp(radio->mac, RADIO_MAC) == 0) {
         /* A name may be up to 63 characters; this field holds 14. */
         strncpy(cap.s3, text, sizeof cap.s3 - 1);
-        sprintf(cap.s7, "%s on %s, %d dBm", text, radio->s3, radio->v5);
+        snprintf(cap.s7, sizeof cap.s7, "%s on %s, %d dBm", text, radio->s3, radio->v5);
     }
     cap.v4 = 5180;
     bw->v3 = 80;
