@@ -418,7 +418,8 @@ def main():
     records, count = records_h()
     outputs = {
         "include/intfVelmor/records.h": with_doc_comments(records, "intfVelmor_records"),
-        "include/intfVelmor/messages.h": with_doc_comments(messages_h(cmds, ntfys), "intfVelmor_commands"),
+        "include/intfVelmor/messages.h": with_doc_comments(messages_h(cmds, ntfys),
+                                                           "intfVelmor_commands"),
         "README.md": readme_tables(cmds, ntfys, read("README.md")),
     }
     stale = False
