@@ -2,15 +2,17 @@
 # The API reference is complete: doxygen warned about nothing, every public
 # name has a man page of its own, and installed pages open by name.
 #
-#   docs/check.sh DOCS_BUILD_DIR LIBRARY [INSTALL_PREFIX]
+#   docs/check.sh DOCS_BUILD_DIR LIBRARY [INSTALL_PREFIX [WIRE_TOOL]]
 #
 # DOCS_BUILD_DIR is the build's docs/ folder; with INSTALL_PREFIX, the pages
-# installed there are read with man(1) as well.
+# installed there are read with man(1) as well, and with WIRE_TOOL, its
+# installed man(1) page must say every line of its --help.
 set -eu
 root=$(cd "$(dirname "$0")/.." && pwd)
 out=$1
 lib=$2
 prefix=${3:-}
+tool=${4:-}
 fail=0
 
 # Every warning fails, but one kind: the members of the record types, named
@@ -70,6 +72,20 @@ if [ -n "$prefix" ]; then
             fail=1
         fi
     done
+    if [ -n "$tool" ]; then
+        page=$(LC_ALL=C MANPAGER=cat MANWIDTH=250 man -M "$prefix/share/man" 1 intfvelmor-wire 2>&1 |
+               tr '\n' ' ' | tr -s ' ')
+        lost=$("$tool" --help | sed 1d | tr -s ' ' | sed 's/^ //' | while IFS= read -r line; do
+                   [ -z "$line" ] || printf '%s\n' "$page" | grep -qF -- "$line" || echo "$line"
+               done)
+        if [ -z "$lost" ]; then
+            echo "ok: man 1 intfvelmor-wire says every line of its --help"
+        else
+            printf '%s\n' "$lost"
+            echo "FAIL: the installed intfvelmor-wire(1) lacks these lines of its --help"
+            fail=1
+        fi
+    fi
     [ -f "$prefix/share/doc/IntfVelmor/html/index.html" ] ||
         { echo "FAIL: no HTML reference under $prefix/share/doc/IntfVelmor/html"; fail=1; }
 fi
