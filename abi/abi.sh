@@ -44,7 +44,7 @@ build_lib() {  # arch -> prints the library's path
     mkdir -p "$dir"
     cmake -S "$root" -B "$dir" -G Ninja "${launcher[@]}" "${opts[@]}" \
         -DBUILD_TESTING=OFF -DINTFVELMOR_TESTS=OFF -DINTFVELMOR_TOOLS=OFF \
-        -DINTFVELMOR_SANITIZE= -DINTFVELMOR_REQUIRE_ALL=OFF > "$dir/configure.log" 2>&1 ||
+        -DINTFVELMOR_DOCS=OFF -DINTFVELMOR_SANITIZE= -DINTFVELMOR_REQUIRE_ALL=OFF > "$dir/configure.log" 2>&1 ||
         { cat "$dir/configure.log" >&2; echo "abi: configure of $dir failed" >&2; return 1; }
     cmake --build "$dir" -j "$(nproc)" --target IntfVelmor > "$dir/build.log" 2>&1 ||
         { tail -n 40 "$dir/build.log" >&2; echo "abi: build in $dir failed" >&2; return 1; }
