@@ -309,6 +309,74 @@ def messages_h(cmds, ntfys):
     return "\n".join(out)
 
 
+# ---- doc comments ------------------------------------------------------------
+def with_doc_comments(text, family):
+    """The generated header as the API reference reads it.
+
+    The comments above declarations become doc comments (/** */) and every
+    banner opens a group: a record type, a command or a notification is one
+    group of the reference (one man page, with a link page for each function
+    in it), nested in the groups of docs/index.dox. The comment lines under
+    a banner describe its group when a blank line follows them; a doc
+    comment outside the banners joins the group family. The file itself is
+    left undocumented, so that no file page claims the names. Applied to
+    the finished text, so the layout above stays as it is.
+    """
+    out, lines, open_groups, domains = [], text.split("\n"), [], list(DOMAINS)
+    banner_re = re.compile(r"^/\* (====|----) (.*?) [=-]+ \*/$")
+
+    def group(level, title):
+        m = re.match(r"((\w+): (command|notification) \d+), (.*)", title)
+        if m:
+            kind = "cmd" if m.group(3) == "command" else "ntfy"
+            return ("intfVelmor_%s_%s" % (kind, m.group(2)), "intfVelmor_%ss" % m.group(3),
+                    m.group(1), [m.group(4)])
+        if title == "Bounded receipt":
+            return "intfVelmor_boundedReceipt", "intfVelmor_commands", title, []
+        if level == "====":
+            return ("intfVelmor_records_" + domains.pop(0), "intfVelmor_records",
+                    re.sub(" record types$", "", title), [])
+        return ("intfVelmor_rec_" + title, open_groups[0], title,
+                ["The operations of the record type @ref %s." % title])
+
+    def close(depth):
+        while len(open_groups) > depth:
+            open_groups.pop()
+            out.append("/** @} */")
+
+    i = 0
+    while i < len(lines):
+        line = lines[i]
+        m = banner_re.match(line)
+        if m:
+            depth = 0 if m.group(1) == "====" else 1
+            close(depth)
+            if out and out[-1] == "/** @} */":
+                out.append("")
+            name, parent, title, notes = group(m.group(1), m.group(2))
+            out += [line, "/**", " * @defgroup %s %s" % (name, title), " * @ingroup %s" % parent]
+            j = i + 1
+            while re.match(r"^/\* .* \*/$", lines[j]):
+                j += 1
+            if lines[j] == "":
+                notes += [c[3:-3] for c in lines[i + 1:j]]
+                i = j - 1
+            out += [" * %s<br>" % n for n in notes]
+            out += [" * @{", " */"]
+            open_groups.append(name)
+        elif line == "#ifdef __cplusplus" and open_groups:
+            close(0)
+            out += ["", line]
+        elif line == "/*" and lines[i - 1] == "" and open_groups:
+            out.append("/**")
+        elif re.match(r"^/\* (.*) \*/$", line):
+            tail = "" if open_groups else " @ingroup " + family
+            out.append("/** %s%s */" % (line[3:-3], tail))
+        else:
+            out.append(line)
+        i += 1
+    return "\n".join(out)
+
 # ---- README tables -----------------------------------------------------------
 def readme_tables(cmds, ntfys, readme):
     def method(magic):
@@ -349,8 +417,9 @@ def main():
     ntfys = calls(macro_body(cat, "IV_NOTIFICATIONS"))
     records, count = records_h()
     outputs = {
-        "include/intfVelmor/records.h": records,
-        "include/intfVelmor/messages.h": messages_h(cmds, ntfys),
+        "include/intfVelmor/records.h": with_doc_comments(records, "intfVelmor_records"),
+        "include/intfVelmor/messages.h": with_doc_comments(messages_h(cmds, ntfys),
+                                                           "intfVelmor_commands"),
         "README.md": readme_tables(cmds, ntfys, read("README.md")),
     }
     stale = False

@@ -21,535 +21,676 @@ extern "C" {
 #endif
 
 /* ==== getAssocDevStats: command 0, magic 0x29170612, stamp 1 ============================== */
-/* request: assocDevListReq req */
-/* response: assocDevListRet res */
+/**
+ * @defgroup intfVelmor_cmd_getAssocDevStats getAssocDevStats: command 0
+ * @ingroup intfVelmor_commands
+ * magic 0x29170612, stamp 1<br>
+ * request: assocDevListReq req<br>
+ * response: assocDevListRet res<br>
+ * @{
+ */
 
-/* The service's request handler, installed with _modSrv_recvMsg_. */
+/** The service's request handler, installed with _modSrv_recvMsg_. */
 typedef void (*intfVelmor_hdlReq_getAssocDevStats)(void *ctx, uint32_t ref, assocDevListReq *req);
-/* The client's response callback, given to _sendReq_. */
+/** The client's response callback, given to _sendReq_. */
 typedef void (*intfVelmor_cbRes_getAssocDevStats)(void *ctx, uint32_t ref, assocDevListRet *res);
-/* Client: sends the request to the user srvUserName; cb gets word1 as ref. */
+/** Client: sends the request to the user srvUserName; cb gets word1 as ref. */
 uint32_t intfVelmor_sendReq_getAssocDevStats(
     void *user, intfVelmor_cbRes_getAssocDevStats cb, uint32_t word1, uint32_t word2,
     const char *srvUserName, const assocDevListReq *req);
-/* Service: installs its request handler with the core. */
+/** Service: installs its request handler with the core. */
 uint32_t intfVelmor_modSrv_recvMsg_getAssocDevStats(
     void *user, uint32_t w1, uint32_t w2, uint32_t w3);
-/* Service: the entry's receive handler; checks the body, calls the handler. */
+/** Service: the entry's receive handler; checks the body, calls the handler. */
 void intfVelmor_recvReq_getAssocDevStats(void *ctx, void *body, void *handler, uint32_t ref);
-/* Service: answers the request of ctx. */
+/** Service: answers the request of ctx. */
 void intfVelmor_sendRes_getAssocDevStats(void *ctx, const assocDevListRet *res);
-/* Entry 0: frees a body (type 0 request, 1 response). */
+/** Entry 0: frees a body (type 0 request, 1 response). */
 void intfVelmor_cbEvtMsgMngt_freeBody_msgCmd_getAssocDevStats(int32_t type, void *body);
-/* Entry 0: serializes a body into a new buffer, freed by the caller. */
+/** Entry 0: serializes a body into a new buffer, freed by the caller. */
 uint32_t intfVelmor_cbEvtMsgMngt_serializeBody_msgCmd_getAssocDevStats(
     int32_t type, void *body, uint8_t **out, uint32_t *outLen);
-/* Entry 0: reads a serialized body into a new body; 2 for a refused frame. */
+/** Entry 0: reads a serialized body into a new body; 2 for a refused frame. */
 uint32_t intfVelmor_cbEvtMsgMngt_unserializeBody_msgCmd_getAssocDevStats(
     int32_t type, const uint8_t *bytes, void **outBody, uint32_t *outSize);
-/* Entry 0: a new text naming the body, freed by the caller. */
+/** Entry 0: a new text naming the body, freed by the caller. */
 void intfVelmor_cbEvtMsgMngt_logBody_msgCmd_getAssocDevStats(
     uint32_t w1, uint32_t w2, uint32_t w3, char **outText);
 
-/* ==== selectAndCreateRadio: command 1, magic 0x20170621, stamp 0 ========================== */
-/* request: char[64] text, RadioDef radio */
-/* response: RadioCapacity res */
+/** @} */
 
-/* The service's request handler, installed with _modSrv_recvMsg_. */
+/* ==== selectAndCreateRadio: command 1, magic 0x20170621, stamp 0 ========================== */
+/**
+ * @defgroup intfVelmor_cmd_selectAndCreateRadio selectAndCreateRadio: command 1
+ * @ingroup intfVelmor_commands
+ * magic 0x20170621, stamp 0<br>
+ * request: char[64] text, RadioDef radio<br>
+ * response: RadioCapacity res<br>
+ * @{
+ */
+
+/** The service's request handler, installed with _modSrv_recvMsg_. */
 typedef void (*intfVelmor_hdlReq_selectAndCreateRadio)(
     void *ctx, uint32_t ref, char *text, RadioDef *radio);
-/* The client's response callback, given to _sendReq_. */
+/** The client's response callback, given to _sendReq_. */
 typedef void (*intfVelmor_cbRes_selectAndCreateRadio)(void *ctx, uint32_t ref, RadioCapacity *res);
-/* Client: sends the request to the user srvUserName; cb gets word1 as ref. */
+/** Client: sends the request to the user srvUserName; cb gets word1 as ref. */
 uint32_t intfVelmor_sendReq_selectAndCreateRadio(
     void *user, intfVelmor_cbRes_selectAndCreateRadio cb, uint32_t word1, uint32_t word2,
     const char *srvUserName, const char *text, const RadioDef *radio);
-/* Service: installs its request handler with the core. */
+/** Service: installs its request handler with the core. */
 uint32_t intfVelmor_modSrv_recvMsg_selectAndCreateRadio(
     void *user, uint32_t w1, uint32_t w2, uint32_t w3);
-/* Service: the entry's receive handler; checks the body, calls the handler. */
+/** Service: the entry's receive handler; checks the body, calls the handler. */
 void intfVelmor_recvReq_selectAndCreateRadio(void *ctx, void *body, void *handler, uint32_t ref);
-/* Service: answers the request of ctx. */
+/** Service: answers the request of ctx. */
 void intfVelmor_sendRes_selectAndCreateRadio(void *ctx, const RadioCapacity *res);
-/* Entry 1: frees a body (type 0 request, 1 response). */
+/** Entry 1: frees a body (type 0 request, 1 response). */
 void intfVelmor_cbEvtMsgMngt_freeBody_msgCmd_selectAndCreateRadio(int32_t type, void *body);
-/* Entry 1: serializes a body into a new buffer, freed by the caller. */
+/** Entry 1: serializes a body into a new buffer, freed by the caller. */
 uint32_t intfVelmor_cbEvtMsgMngt_serializeBody_msgCmd_selectAndCreateRadio(
     int32_t type, void *body, uint8_t **out, uint32_t *outLen);
-/* Entry 1: reads a serialized body into a new body; 2 for a refused frame. */
+/** Entry 1: reads a serialized body into a new body; 2 for a refused frame. */
 uint32_t intfVelmor_cbEvtMsgMngt_unserializeBody_msgCmd_selectAndCreateRadio(
     int32_t type, const uint8_t *bytes, void **outBody, uint32_t *outSize);
-/* Entry 1: a new text naming the body, freed by the caller. */
+/** Entry 1: a new text naming the body, freed by the caller. */
 void intfVelmor_cbEvtMsgMngt_logBody_msgCmd_selectAndCreateRadio(
     uint32_t w1, uint32_t w2, uint32_t w3, char **outText);
 
-/* ==== createAccessPoint: command 2, magic 0x20170711, stamp 0 ============================= */
-/* request: char[64] text1, char[64] text2, char[64] text3 */
-/* response: u8 status, APCapacity capacity, char[64] text */
+/** @} */
 
-/* The service's request handler, installed with _modSrv_recvMsg_. */
+/* ==== createAccessPoint: command 2, magic 0x20170711, stamp 0 ============================= */
+/**
+ * @defgroup intfVelmor_cmd_createAccessPoint createAccessPoint: command 2
+ * @ingroup intfVelmor_commands
+ * magic 0x20170711, stamp 0<br>
+ * request: char[64] text1, char[64] text2, char[64] text3<br>
+ * response: u8 status, APCapacity capacity, char[64] text<br>
+ * @{
+ */
+
+/** The service's request handler, installed with _modSrv_recvMsg_. */
 typedef void (*intfVelmor_hdlReq_createAccessPoint)(
     void *ctx, uint32_t ref, char *text1, char *text2, char *text3);
-/* The client's response callback, given to _sendReq_. */
+/** The client's response callback, given to _sendReq_. */
 typedef void (*intfVelmor_cbRes_createAccessPoint)(
     void *ctx, uint32_t ref, uint8_t status, APCapacity *capacity, char *text);
-/* Client: sends the request to the user srvUserName; cb gets word1 as ref. */
+/** Client: sends the request to the user srvUserName; cb gets word1 as ref. */
 uint32_t intfVelmor_sendReq_createAccessPoint(
     void *user, intfVelmor_cbRes_createAccessPoint cb, uint32_t word1, uint32_t word2,
     const char *srvUserName, const char *text1, const char *text2, const char *text3);
-/* Service: installs its request handler with the core. */
+/** Service: installs its request handler with the core. */
 uint32_t intfVelmor_modSrv_recvMsg_createAccessPoint(
     void *user, uint32_t w1, uint32_t w2, uint32_t w3);
-/* Service: the entry's receive handler; checks the body, calls the handler. */
+/** Service: the entry's receive handler; checks the body, calls the handler. */
 void intfVelmor_recvReq_createAccessPoint(void *ctx, void *body, void *handler, uint32_t ref);
-/* Service: answers the request of ctx. */
+/** Service: answers the request of ctx. */
 void intfVelmor_sendRes_createAccessPoint(
     void *ctx, uint8_t status, const APCapacity *capacity, const char *text);
-/* Entry 2: frees a body (type 0 request, 1 response). */
+/** Entry 2: frees a body (type 0 request, 1 response). */
 void intfVelmor_cbEvtMsgMngt_freeBody_msgCmd_createAccessPoint(int32_t type, void *body);
-/* Entry 2: serializes a body into a new buffer, freed by the caller. */
+/** Entry 2: serializes a body into a new buffer, freed by the caller. */
 uint32_t intfVelmor_cbEvtMsgMngt_serializeBody_msgCmd_createAccessPoint(
     int32_t type, void *body, uint8_t **out, uint32_t *outLen);
-/* Entry 2: reads a serialized body into a new body; 2 for a refused frame. */
+/** Entry 2: reads a serialized body into a new body; 2 for a refused frame. */
 uint32_t intfVelmor_cbEvtMsgMngt_unserializeBody_msgCmd_createAccessPoint(
     int32_t type, const uint8_t *bytes, void **outBody, uint32_t *outSize);
-/* Entry 2: a new text naming the body, freed by the caller. */
+/** Entry 2: a new text naming the body, freed by the caller. */
 void intfVelmor_cbEvtMsgMngt_logBody_msgCmd_createAccessPoint(
     uint32_t w1, uint32_t w2, uint32_t w3, char **outText);
 
-/* ==== getProbeRequestList: command 3, magic 0x20182905, stamp 1 =========================== */
-/* request: none */
-/* response: ProbeRequestList res */
+/** @} */
 
-/* The service's request handler, installed with _modSrv_recvMsg_. */
+/* ==== getProbeRequestList: command 3, magic 0x20182905, stamp 1 =========================== */
+/**
+ * @defgroup intfVelmor_cmd_getProbeRequestList getProbeRequestList: command 3
+ * @ingroup intfVelmor_commands
+ * magic 0x20182905, stamp 1<br>
+ * request: none<br>
+ * response: ProbeRequestList res<br>
+ * @{
+ */
+
+/** The service's request handler, installed with _modSrv_recvMsg_. */
 typedef void (*intfVelmor_hdlReq_getProbeRequestList)(void *ctx, uint32_t ref);
-/* The client's response callback, given to _sendReq_. */
+/** The client's response callback, given to _sendReq_. */
 typedef void (*intfVelmor_cbRes_getProbeRequestList)(
     void *ctx, uint32_t ref, ProbeRequestList *res);
-/* Client: sends the request to the user srvUserName; cb gets word1 as ref. */
+/** Client: sends the request to the user srvUserName; cb gets word1 as ref. */
 uint32_t intfVelmor_sendReq_getProbeRequestList(
     void *user, intfVelmor_cbRes_getProbeRequestList cb, uint32_t word1, uint32_t word2,
     const char *srvUserName);
-/* Service: installs its request handler with the core. */
+/** Service: installs its request handler with the core. */
 uint32_t intfVelmor_modSrv_recvMsg_getProbeRequestList(
     void *user, uint32_t w1, uint32_t w2, uint32_t w3);
-/* Service: the entry's receive handler; checks the body, calls the handler. */
+/** Service: the entry's receive handler; checks the body, calls the handler. */
 void intfVelmor_recvReq_getProbeRequestList(void *ctx, void *body, void *handler, uint32_t ref);
-/* Service: answers the request of ctx. */
+/** Service: answers the request of ctx. */
 void intfVelmor_sendRes_getProbeRequestList(void *ctx, const ProbeRequestList *res);
-/* Entry 3: frees a body (type 0 request, 1 response). */
+/** Entry 3: frees a body (type 0 request, 1 response). */
 void intfVelmor_cbEvtMsgMngt_freeBody_msgCmd_getProbeRequestList(int32_t type, void *body);
-/* Entry 3: serializes a body into a new buffer, freed by the caller. */
+/** Entry 3: serializes a body into a new buffer, freed by the caller. */
 uint32_t intfVelmor_cbEvtMsgMngt_serializeBody_msgCmd_getProbeRequestList(
     int32_t type, void *body, uint8_t **out, uint32_t *outLen);
-/* Entry 3: reads a serialized body into a new body; 2 for a refused frame. */
+/** Entry 3: reads a serialized body into a new body; 2 for a refused frame. */
 uint32_t intfVelmor_cbEvtMsgMngt_unserializeBody_msgCmd_getProbeRequestList(
     int32_t type, const uint8_t *bytes, void **outBody, uint32_t *outSize);
-/* Entry 3: a new text naming the body, freed by the caller. */
+/** Entry 3: a new text naming the body, freed by the caller. */
 void intfVelmor_cbEvtMsgMngt_logBody_msgCmd_getProbeRequestList(
     uint32_t w1, uint32_t w2, uint32_t w3, char **outText);
 
-/* ==== getTemporarilyBlackList: command 4, magic 0x29170612, stamp 1 ======================= */
-/* request: none */
-/* response: MacFilterList res */
+/** @} */
 
-/* The service's request handler, installed with _modSrv_recvMsg_. */
+/* ==== getTemporarilyBlackList: command 4, magic 0x29170612, stamp 1 ======================= */
+/**
+ * @defgroup intfVelmor_cmd_getTemporarilyBlackList getTemporarilyBlackList: command 4
+ * @ingroup intfVelmor_commands
+ * magic 0x29170612, stamp 1<br>
+ * request: none<br>
+ * response: MacFilterList res<br>
+ * @{
+ */
+
+/** The service's request handler, installed with _modSrv_recvMsg_. */
 typedef void (*intfVelmor_hdlReq_getTemporarilyBlackList)(void *ctx, uint32_t ref);
-/* The client's response callback, given to _sendReq_. */
+/** The client's response callback, given to _sendReq_. */
 typedef void (*intfVelmor_cbRes_getTemporarilyBlackList)(
     void *ctx, uint32_t ref, MacFilterList *res);
-/* Client: sends the request to the user srvUserName; cb gets word1 as ref. */
+/** Client: sends the request to the user srvUserName; cb gets word1 as ref. */
 uint32_t intfVelmor_sendReq_getTemporarilyBlackList(
     void *user, intfVelmor_cbRes_getTemporarilyBlackList cb, uint32_t word1, uint32_t word2,
     const char *srvUserName);
-/* Service: installs its request handler with the core. */
+/** Service: installs its request handler with the core. */
 uint32_t intfVelmor_modSrv_recvMsg_getTemporarilyBlackList(
     void *user, uint32_t w1, uint32_t w2, uint32_t w3);
-/* Service: the entry's receive handler; checks the body, calls the handler. */
+/** Service: the entry's receive handler; checks the body, calls the handler. */
 void intfVelmor_recvReq_getTemporarilyBlackList(void *ctx, void *body, void *handler, uint32_t ref);
-/* Service: answers the request of ctx. */
+/** Service: answers the request of ctx. */
 void intfVelmor_sendRes_getTemporarilyBlackList(void *ctx, const MacFilterList *res);
-/* Entry 4: frees a body (type 0 request, 1 response). */
+/** Entry 4: frees a body (type 0 request, 1 response). */
 void intfVelmor_cbEvtMsgMngt_freeBody_msgCmd_getTemporarilyBlackList(int32_t type, void *body);
-/* Entry 4: serializes a body into a new buffer, freed by the caller. */
+/** Entry 4: serializes a body into a new buffer, freed by the caller. */
 uint32_t intfVelmor_cbEvtMsgMngt_serializeBody_msgCmd_getTemporarilyBlackList(
     int32_t type, void *body, uint8_t **out, uint32_t *outLen);
-/* Entry 4: reads a serialized body into a new body; 2 for a refused frame. */
+/** Entry 4: reads a serialized body into a new body; 2 for a refused frame. */
 uint32_t intfVelmor_cbEvtMsgMngt_unserializeBody_msgCmd_getTemporarilyBlackList(
     int32_t type, const uint8_t *bytes, void **outBody, uint32_t *outSize);
-/* Entry 4: a new text naming the body, freed by the caller. */
+/** Entry 4: a new text naming the body, freed by the caller. */
 void intfVelmor_cbEvtMsgMngt_logBody_msgCmd_getTemporarilyBlackList(
     uint32_t w1, uint32_t w2, uint32_t w3, char **outText);
 
-/* ==== configureAccessPoint: command 5, magic 0x20170708, stamp 0 ========================== */
-/* request: APCfg cfg, u8 value */
-/* response: APCfgRet res */
+/** @} */
 
-/* The service's request handler, installed with _modSrv_recvMsg_. */
+/* ==== configureAccessPoint: command 5, magic 0x20170708, stamp 0 ========================== */
+/**
+ * @defgroup intfVelmor_cmd_configureAccessPoint configureAccessPoint: command 5
+ * @ingroup intfVelmor_commands
+ * magic 0x20170708, stamp 0<br>
+ * request: APCfg cfg, u8 value<br>
+ * response: APCfgRet res<br>
+ * @{
+ */
+
+/** The service's request handler, installed with _modSrv_recvMsg_. */
 typedef void (*intfVelmor_hdlReq_configureAccessPoint)(
     void *ctx, uint32_t ref, APCfg *cfg, uint8_t value);
-/* The client's response callback, given to _sendReq_. */
+/** The client's response callback, given to _sendReq_. */
 typedef void (*intfVelmor_cbRes_configureAccessPoint)(void *ctx, uint32_t ref, APCfgRet *res);
-/* Client: sends the request to the user srvUserName; cb gets word1 as ref. */
+/** Client: sends the request to the user srvUserName; cb gets word1 as ref. */
 uint32_t intfVelmor_sendReq_configureAccessPoint(
     void *user, intfVelmor_cbRes_configureAccessPoint cb, uint32_t word1, uint32_t word2,
     const char *srvUserName, const APCfg *cfg, uint8_t value);
-/* Service: installs its request handler with the core. */
+/** Service: installs its request handler with the core. */
 uint32_t intfVelmor_modSrv_recvMsg_configureAccessPoint(
     void *user, uint32_t w1, uint32_t w2, uint32_t w3);
-/* Service: the entry's receive handler; checks the body, calls the handler. */
+/** Service: the entry's receive handler; checks the body, calls the handler. */
 void intfVelmor_recvReq_configureAccessPoint(void *ctx, void *body, void *handler, uint32_t ref);
-/* Service: answers the request of ctx. */
+/** Service: answers the request of ctx. */
 void intfVelmor_sendRes_configureAccessPoint(void *ctx, const APCfgRet *res);
-/* Entry 5: frees a body (type 0 request, 1 response). */
+/** Entry 5: frees a body (type 0 request, 1 response). */
 void intfVelmor_cbEvtMsgMngt_freeBody_msgCmd_configureAccessPoint(int32_t type, void *body);
-/* Entry 5: serializes a body into a new buffer, freed by the caller. */
+/** Entry 5: serializes a body into a new buffer, freed by the caller. */
 uint32_t intfVelmor_cbEvtMsgMngt_serializeBody_msgCmd_configureAccessPoint(
     int32_t type, void *body, uint8_t **out, uint32_t *outLen);
-/* Entry 5: reads a serialized body into a new body; 2 for a refused frame. */
+/** Entry 5: reads a serialized body into a new body; 2 for a refused frame. */
 uint32_t intfVelmor_cbEvtMsgMngt_unserializeBody_msgCmd_configureAccessPoint(
     int32_t type, const uint8_t *bytes, void **outBody, uint32_t *outSize);
-/* Entry 5: a new text naming the body, freed by the caller. */
+/** Entry 5: a new text naming the body, freed by the caller. */
 void intfVelmor_cbEvtMsgMngt_logBody_msgCmd_configureAccessPoint(
     uint32_t w1, uint32_t w2, uint32_t w3, char **outText);
 
-/* ==== configureQTNBackHaulWPS: command 6, magic 0x20170788, stamp 0 ======================= */
-/* request: APBackHaulWPSCfg cfg */
-/* response: u8 status */
+/** @} */
 
-/* The service's request handler, installed with _modSrv_recvMsg_. */
+/* ==== configureQTNBackHaulWPS: command 6, magic 0x20170788, stamp 0 ======================= */
+/**
+ * @defgroup intfVelmor_cmd_configureQTNBackHaulWPS configureQTNBackHaulWPS: command 6
+ * @ingroup intfVelmor_commands
+ * magic 0x20170788, stamp 0<br>
+ * request: APBackHaulWPSCfg cfg<br>
+ * response: u8 status<br>
+ * @{
+ */
+
+/** The service's request handler, installed with _modSrv_recvMsg_. */
 typedef void (*intfVelmor_hdlReq_configureQTNBackHaulWPS)(
     void *ctx, uint32_t ref, APBackHaulWPSCfg *cfg);
-/* The client's response callback, given to _sendReq_. */
+/** The client's response callback, given to _sendReq_. */
 typedef void (*intfVelmor_cbRes_configureQTNBackHaulWPS)(void *ctx, uint32_t ref, uint8_t status);
-/* Client: sends the request to the user srvUserName; cb gets word1 as ref. */
+/** Client: sends the request to the user srvUserName; cb gets word1 as ref. */
 uint32_t intfVelmor_sendReq_configureQTNBackHaulWPS(
     void *user, intfVelmor_cbRes_configureQTNBackHaulWPS cb, uint32_t word1, uint32_t word2,
     const char *srvUserName, const APBackHaulWPSCfg *cfg);
-/* Service: installs its request handler with the core. */
+/** Service: installs its request handler with the core. */
 uint32_t intfVelmor_modSrv_recvMsg_configureQTNBackHaulWPS(
     void *user, uint32_t w1, uint32_t w2, uint32_t w3);
-/* Service: the entry's receive handler; checks the body, calls the handler. */
+/** Service: the entry's receive handler; checks the body, calls the handler. */
 void intfVelmor_recvReq_configureQTNBackHaulWPS(void *ctx, void *body, void *handler, uint32_t ref);
-/* Service: answers the request of ctx. */
+/** Service: answers the request of ctx. */
 void intfVelmor_sendRes_configureQTNBackHaulWPS(void *ctx, uint8_t status);
-/* Entry 6: frees a body (type 0 request, 1 response). */
+/** Entry 6: frees a body (type 0 request, 1 response). */
 void intfVelmor_cbEvtMsgMngt_freeBody_msgCmd_configureQTNBackHaulWPS(int32_t type, void *body);
-/* Entry 6: serializes a body into a new buffer, freed by the caller. */
+/** Entry 6: serializes a body into a new buffer, freed by the caller. */
 uint32_t intfVelmor_cbEvtMsgMngt_serializeBody_msgCmd_configureQTNBackHaulWPS(
     int32_t type, void *body, uint8_t **out, uint32_t *outLen);
-/* Entry 6: reads a serialized body into a new body; 2 for a refused frame. */
+/** Entry 6: reads a serialized body into a new body; 2 for a refused frame. */
 uint32_t intfVelmor_cbEvtMsgMngt_unserializeBody_msgCmd_configureQTNBackHaulWPS(
     int32_t type, const uint8_t *bytes, void **outBody, uint32_t *outSize);
-/* Entry 6: a new text naming the body, freed by the caller. */
+/** Entry 6: a new text naming the body, freed by the caller. */
 void intfVelmor_cbEvtMsgMngt_logBody_msgCmd_configureQTNBackHaulWPS(
     uint32_t w1, uint32_t w2, uint32_t w3, char **outText);
 
-/* ==== temporarilyBlackList: command 7, magic 0x20171010, stamp 1 ========================== */
-/* request: char[18] mac, u32 value */
-/* response: u8 status */
+/** @} */
 
-/* The service's request handler, installed with _modSrv_recvMsg_. */
+/* ==== temporarilyBlackList: command 7, magic 0x20171010, stamp 1 ========================== */
+/**
+ * @defgroup intfVelmor_cmd_temporarilyBlackList temporarilyBlackList: command 7
+ * @ingroup intfVelmor_commands
+ * magic 0x20171010, stamp 1<br>
+ * request: char[18] mac, u32 value<br>
+ * response: u8 status<br>
+ * @{
+ */
+
+/** The service's request handler, installed with _modSrv_recvMsg_. */
 typedef void (*intfVelmor_hdlReq_temporarilyBlackList)(
     void *ctx, uint32_t ref, char *mac, uint32_t value);
-/* The client's response callback, given to _sendReq_. */
+/** The client's response callback, given to _sendReq_. */
 typedef void (*intfVelmor_cbRes_temporarilyBlackList)(void *ctx, uint32_t ref, uint8_t status);
-/* Client: sends the request to the user srvUserName; cb gets word1 as ref. */
+/** Client: sends the request to the user srvUserName; cb gets word1 as ref. */
 uint32_t intfVelmor_sendReq_temporarilyBlackList(
     void *user, intfVelmor_cbRes_temporarilyBlackList cb, uint32_t word1, uint32_t word2,
     const char *srvUserName, const char *mac, uint32_t value);
-/* Service: installs its request handler with the core. */
+/** Service: installs its request handler with the core. */
 uint32_t intfVelmor_modSrv_recvMsg_temporarilyBlackList(
     void *user, uint32_t w1, uint32_t w2, uint32_t w3);
-/* Service: the entry's receive handler; checks the body, calls the handler. */
+/** Service: the entry's receive handler; checks the body, calls the handler. */
 void intfVelmor_recvReq_temporarilyBlackList(void *ctx, void *body, void *handler, uint32_t ref);
-/* Service: answers the request of ctx. */
+/** Service: answers the request of ctx. */
 void intfVelmor_sendRes_temporarilyBlackList(void *ctx, uint8_t status);
-/* Entry 7: frees a body (type 0 request, 1 response). */
+/** Entry 7: frees a body (type 0 request, 1 response). */
 void intfVelmor_cbEvtMsgMngt_freeBody_msgCmd_temporarilyBlackList(int32_t type, void *body);
-/* Entry 7: serializes a body into a new buffer, freed by the caller. */
+/** Entry 7: serializes a body into a new buffer, freed by the caller. */
 uint32_t intfVelmor_cbEvtMsgMngt_serializeBody_msgCmd_temporarilyBlackList(
     int32_t type, void *body, uint8_t **out, uint32_t *outLen);
-/* Entry 7: reads a serialized body into a new body; 2 for a refused frame. */
+/** Entry 7: reads a serialized body into a new body; 2 for a refused frame. */
 uint32_t intfVelmor_cbEvtMsgMngt_unserializeBody_msgCmd_temporarilyBlackList(
     int32_t type, const uint8_t *bytes, void **outBody, uint32_t *outSize);
-/* Entry 7: a new text naming the body, freed by the caller. */
+/** Entry 7: a new text naming the body, freed by the caller. */
 void intfVelmor_cbEvtMsgMngt_logBody_msgCmd_temporarilyBlackList(
     uint32_t w1, uint32_t w2, uint32_t w3, char **outText);
 
-/* ==== 11vActionFrame: command 8, magic 0x20188512, stamp 0 ================================ */
-/* request: bssTransitionRequest req */
-/* response: bssTransitionResponse res */
+/** @} */
 
-/* The service's request handler, installed with _modSrv_recvMsg_. */
+/* ==== 11vActionFrame: command 8, magic 0x20188512, stamp 0 ================================ */
+/**
+ * @defgroup intfVelmor_cmd_11vActionFrame 11vActionFrame: command 8
+ * @ingroup intfVelmor_commands
+ * magic 0x20188512, stamp 0<br>
+ * request: bssTransitionRequest req<br>
+ * response: bssTransitionResponse res<br>
+ * @{
+ */
+
+/** The service's request handler, installed with _modSrv_recvMsg_. */
 typedef void (*intfVelmor_hdlReq_11vActionFrame)(
     void *ctx, uint32_t ref, bssTransitionRequest *req);
-/* The client's response callback, given to _sendReq_. */
+/** The client's response callback, given to _sendReq_. */
 typedef void (*intfVelmor_cbRes_11vActionFrame)(
     void *ctx, uint32_t ref, bssTransitionResponse *res);
-/* Client: sends the request to the user srvUserName; cb gets word1 as ref. */
+/** Client: sends the request to the user srvUserName; cb gets word1 as ref. */
 uint32_t intfVelmor_sendReq_11vActionFrame(
     void *user, intfVelmor_cbRes_11vActionFrame cb, uint32_t word1, uint32_t word2,
     const char *srvUserName, const bssTransitionRequest *req);
-/* Service: installs its request handler with the core. */
+/** Service: installs its request handler with the core. */
 uint32_t intfVelmor_modSrv_recvMsg_11vActionFrame(
     void *user, uint32_t w1, uint32_t w2, uint32_t w3);
-/* Service: the entry's receive handler; checks the body, calls the handler. */
+/** Service: the entry's receive handler; checks the body, calls the handler. */
 void intfVelmor_recvReq_11vActionFrame(void *ctx, void *body, void *handler, uint32_t ref);
-/* Service: answers the request of ctx. */
+/** Service: answers the request of ctx. */
 void intfVelmor_sendRes_11vActionFrame(void *ctx, const bssTransitionResponse *res);
-/* Entry 8: frees a body (type 0 request, 1 response). */
+/** Entry 8: frees a body (type 0 request, 1 response). */
 void intfVelmor_cbEvtMsgMngt_freeBody_msgCmd_11vActionFrame(int32_t type, void *body);
-/* Entry 8: serializes a body into a new buffer, freed by the caller. */
+/** Entry 8: serializes a body into a new buffer, freed by the caller. */
 uint32_t intfVelmor_cbEvtMsgMngt_serializeBody_msgCmd_11vActionFrame(
     int32_t type, void *body, uint8_t **out, uint32_t *outLen);
-/* Entry 8: reads a serialized body into a new body; 2 for a refused frame. */
+/** Entry 8: reads a serialized body into a new body; 2 for a refused frame. */
 uint32_t intfVelmor_cbEvtMsgMngt_unserializeBody_msgCmd_11vActionFrame(
     int32_t type, const uint8_t *bytes, void **outBody, uint32_t *outSize);
-/* Entry 8: a new text naming the body, freed by the caller. */
+/** Entry 8: a new text naming the body, freed by the caller. */
 void intfVelmor_cbEvtMsgMngt_logBody_msgCmd_11vActionFrame(
     uint32_t w1, uint32_t w2, uint32_t w3, char **outText);
 
-/* ==== getStationsStatistics: command 9, magic 0x20185465, stamp 0 ========================= */
-/* request: assocDevListReq req */
-/* response: assocDevListRet res */
+/** @} */
 
-/* The service's request handler, installed with _modSrv_recvMsg_. */
+/* ==== getStationsStatistics: command 9, magic 0x20185465, stamp 0 ========================= */
+/**
+ * @defgroup intfVelmor_cmd_getStationsStatistics getStationsStatistics: command 9
+ * @ingroup intfVelmor_commands
+ * magic 0x20185465, stamp 0<br>
+ * request: assocDevListReq req<br>
+ * response: assocDevListRet res<br>
+ * @{
+ */
+
+/** The service's request handler, installed with _modSrv_recvMsg_. */
 typedef void (*intfVelmor_hdlReq_getStationsStatistics)(
     void *ctx, uint32_t ref, assocDevListReq *req);
-/* The client's response callback, given to _sendReq_. */
+/** The client's response callback, given to _sendReq_. */
 typedef void (*intfVelmor_cbRes_getStationsStatistics)(
     void *ctx, uint32_t ref, assocDevListRet *res);
-/* Client: sends the request to the user srvUserName; cb gets word1 as ref. */
+/** Client: sends the request to the user srvUserName; cb gets word1 as ref. */
 uint32_t intfVelmor_sendReq_getStationsStatistics(
     void *user, intfVelmor_cbRes_getStationsStatistics cb, uint32_t word1, uint32_t word2,
     const char *srvUserName, const assocDevListReq *req);
-/* Service: installs its request handler with the core. */
+/** Service: installs its request handler with the core. */
 uint32_t intfVelmor_modSrv_recvMsg_getStationsStatistics(
     void *user, uint32_t w1, uint32_t w2, uint32_t w3);
-/* Service: the entry's receive handler; checks the body, calls the handler. */
+/** Service: the entry's receive handler; checks the body, calls the handler. */
 void intfVelmor_recvReq_getStationsStatistics(void *ctx, void *body, void *handler, uint32_t ref);
-/* Service: answers the request of ctx. */
+/** Service: answers the request of ctx. */
 void intfVelmor_sendRes_getStationsStatistics(void *ctx, const assocDevListRet *res);
-/* Entry 9: frees a body (type 0 request, 1 response). */
+/** Entry 9: frees a body (type 0 request, 1 response). */
 void intfVelmor_cbEvtMsgMngt_freeBody_msgCmd_getStationsStatistics(int32_t type, void *body);
-/* Entry 9: serializes a body into a new buffer, freed by the caller. */
+/** Entry 9: serializes a body into a new buffer, freed by the caller. */
 uint32_t intfVelmor_cbEvtMsgMngt_serializeBody_msgCmd_getStationsStatistics(
     int32_t type, void *body, uint8_t **out, uint32_t *outLen);
-/* Entry 9: reads a serialized body into a new body; 2 for a refused frame. */
+/** Entry 9: reads a serialized body into a new body; 2 for a refused frame. */
 uint32_t intfVelmor_cbEvtMsgMngt_unserializeBody_msgCmd_getStationsStatistics(
     int32_t type, const uint8_t *bytes, void **outBody, uint32_t *outSize);
-/* Entry 9: a new text naming the body, freed by the caller. */
+/** Entry 9: a new text naming the body, freed by the caller. */
 void intfVelmor_cbEvtMsgMngt_logBody_msgCmd_getStationsStatistics(
     uint32_t w1, uint32_t w2, uint32_t w3, char **outText);
 
-/* ==== beaconRequest: command 10, magic 0x20188512, stamp 0 ================================ */
-/* request: BeaconRequestCfg req */
-/* response: beaconReport res */
+/** @} */
 
-/* The service's request handler, installed with _modSrv_recvMsg_. */
+/* ==== beaconRequest: command 10, magic 0x20188512, stamp 0 ================================ */
+/**
+ * @defgroup intfVelmor_cmd_beaconRequest beaconRequest: command 10
+ * @ingroup intfVelmor_commands
+ * magic 0x20188512, stamp 0<br>
+ * request: BeaconRequestCfg req<br>
+ * response: beaconReport res<br>
+ * @{
+ */
+
+/** The service's request handler, installed with _modSrv_recvMsg_. */
 typedef void (*intfVelmor_hdlReq_beaconRequest)(void *ctx, uint32_t ref, BeaconRequestCfg *req);
-/* The client's response callback, given to _sendReq_. */
+/** The client's response callback, given to _sendReq_. */
 typedef void (*intfVelmor_cbRes_beaconRequest)(void *ctx, uint32_t ref, beaconReport *res);
-/* Client: sends the request to the user srvUserName; cb gets word1 as ref. */
+/** Client: sends the request to the user srvUserName; cb gets word1 as ref. */
 uint32_t intfVelmor_sendReq_beaconRequest(
     void *user, intfVelmor_cbRes_beaconRequest cb, uint32_t word1, uint32_t word2,
     const char *srvUserName, const BeaconRequestCfg *req);
-/* Service: installs its request handler with the core. */
+/** Service: installs its request handler with the core. */
 uint32_t intfVelmor_modSrv_recvMsg_beaconRequest(void *user, uint32_t w1, uint32_t w2, uint32_t w3);
-/* Service: the entry's receive handler; checks the body, calls the handler. */
+/** Service: the entry's receive handler; checks the body, calls the handler. */
 void intfVelmor_recvReq_beaconRequest(void *ctx, void *body, void *handler, uint32_t ref);
-/* Service: answers the request of ctx. */
+/** Service: answers the request of ctx. */
 void intfVelmor_sendRes_beaconRequest(void *ctx, const beaconReport *res);
-/* Entry 10: frees a body (type 0 request, 1 response). */
+/** Entry 10: frees a body (type 0 request, 1 response). */
 void intfVelmor_cbEvtMsgMngt_freeBody_msgCmd_beaconRequest(int32_t type, void *body);
-/* Entry 10: serializes a body into a new buffer, freed by the caller. */
+/** Entry 10: serializes a body into a new buffer, freed by the caller. */
 uint32_t intfVelmor_cbEvtMsgMngt_serializeBody_msgCmd_beaconRequest(
     int32_t type, void *body, uint8_t **out, uint32_t *outLen);
-/* Entry 10: reads a serialized body into a new body; 2 for a refused frame. */
+/** Entry 10: reads a serialized body into a new body; 2 for a refused frame. */
 uint32_t intfVelmor_cbEvtMsgMngt_unserializeBody_msgCmd_beaconRequest(
     int32_t type, const uint8_t *bytes, void **outBody, uint32_t *outSize);
-/* Entry 10: a new text naming the body, freed by the caller. */
+/** Entry 10: a new text naming the body, freed by the caller. */
 void intfVelmor_cbEvtMsgMngt_logBody_msgCmd_beaconRequest(
     uint32_t w1, uint32_t w2, uint32_t w3, char **outText);
 
-/* ==== setBeaconIETUK: command 11, magic 0x20188512, stamp 1 =============================== */
-/* request: BeaconIECfg req */
-/* response: u8 status */
+/** @} */
 
-/* The service's request handler, installed with _modSrv_recvMsg_. */
+/* ==== setBeaconIETUK: command 11, magic 0x20188512, stamp 1 =============================== */
+/**
+ * @defgroup intfVelmor_cmd_setBeaconIETUK setBeaconIETUK: command 11
+ * @ingroup intfVelmor_commands
+ * magic 0x20188512, stamp 1<br>
+ * request: BeaconIECfg req<br>
+ * response: u8 status<br>
+ * @{
+ */
+
+/** The service's request handler, installed with _modSrv_recvMsg_. */
 typedef void (*intfVelmor_hdlReq_setBeaconIETUK)(void *ctx, uint32_t ref, BeaconIECfg *req);
-/* The client's response callback, given to _sendReq_. */
+/** The client's response callback, given to _sendReq_. */
 typedef void (*intfVelmor_cbRes_setBeaconIETUK)(void *ctx, uint32_t ref, uint8_t status);
-/* Client: sends the request to the user srvUserName; cb gets word1 as ref. */
+/** Client: sends the request to the user srvUserName; cb gets word1 as ref. */
 uint32_t intfVelmor_sendReq_setBeaconIETUK(
     void *user, intfVelmor_cbRes_setBeaconIETUK cb, uint32_t word1, uint32_t word2,
     const char *srvUserName, const BeaconIECfg *req);
-/* Service: installs its request handler with the core. */
+/** Service: installs its request handler with the core. */
 uint32_t intfVelmor_modSrv_recvMsg_setBeaconIETUK(
     void *user, uint32_t w1, uint32_t w2, uint32_t w3);
-/* Service: the entry's receive handler; checks the body, calls the handler. */
+/** Service: the entry's receive handler; checks the body, calls the handler. */
 void intfVelmor_recvReq_setBeaconIETUK(void *ctx, void *body, void *handler, uint32_t ref);
-/* Service: answers the request of ctx. */
+/** Service: answers the request of ctx. */
 void intfVelmor_sendRes_setBeaconIETUK(void *ctx, uint8_t status);
-/* Entry 11: frees a body (type 0 request, 1 response). */
+/** Entry 11: frees a body (type 0 request, 1 response). */
 void intfVelmor_cbEvtMsgMngt_freeBody_msgCmd_setBeaconIETUK(int32_t type, void *body);
-/* Entry 11: serializes a body into a new buffer, freed by the caller. */
+/** Entry 11: serializes a body into a new buffer, freed by the caller. */
 uint32_t intfVelmor_cbEvtMsgMngt_serializeBody_msgCmd_setBeaconIETUK(
     int32_t type, void *body, uint8_t **out, uint32_t *outLen);
-/* Entry 11: reads a serialized body into a new body; 2 for a refused frame. */
+/** Entry 11: reads a serialized body into a new body; 2 for a refused frame. */
 uint32_t intfVelmor_cbEvtMsgMngt_unserializeBody_msgCmd_setBeaconIETUK(
     int32_t type, const uint8_t *bytes, void **outBody, uint32_t *outSize);
-/* Entry 11: a new text naming the body, freed by the caller. */
+/** Entry 11: a new text naming the body, freed by the caller. */
 void intfVelmor_cbEvtMsgMngt_logBody_msgCmd_setBeaconIETUK(
     uint32_t w1, uint32_t w2, uint32_t w3, char **outText);
 
-/* ==== getChannelCreated: command 12, magic 0x20170365, stamp 0 ============================ */
-/* request: none */
-/* response: channelReport res */
+/** @} */
 
-/* The service's request handler, installed with _modSrv_recvMsg_. */
+/* ==== getChannelCreated: command 12, magic 0x20170365, stamp 0 ============================ */
+/**
+ * @defgroup intfVelmor_cmd_getChannelCreated getChannelCreated: command 12
+ * @ingroup intfVelmor_commands
+ * magic 0x20170365, stamp 0<br>
+ * request: none<br>
+ * response: channelReport res<br>
+ * @{
+ */
+
+/** The service's request handler, installed with _modSrv_recvMsg_. */
 typedef void (*intfVelmor_hdlReq_getChannelCreated)(void *ctx, uint32_t ref);
-/* The client's response callback, given to _sendReq_. */
+/** The client's response callback, given to _sendReq_. */
 typedef void (*intfVelmor_cbRes_getChannelCreated)(void *ctx, uint32_t ref, channelReport *res);
-/* Client: sends the request to the user srvUserName; cb gets word1 as ref. */
+/** Client: sends the request to the user srvUserName; cb gets word1 as ref. */
 uint32_t intfVelmor_sendReq_getChannelCreated(
     void *user, intfVelmor_cbRes_getChannelCreated cb, uint32_t word1, uint32_t word2,
     const char *srvUserName);
-/* Service: installs its request handler with the core. */
+/** Service: installs its request handler with the core. */
 uint32_t intfVelmor_modSrv_recvMsg_getChannelCreated(
     void *user, uint32_t w1, uint32_t w2, uint32_t w3);
-/* Service: the entry's receive handler; checks the body, calls the handler. */
+/** Service: the entry's receive handler; checks the body, calls the handler. */
 void intfVelmor_recvReq_getChannelCreated(void *ctx, void *body, void *handler, uint32_t ref);
-/* Service: answers the request of ctx. */
+/** Service: answers the request of ctx. */
 void intfVelmor_sendRes_getChannelCreated(void *ctx, const channelReport *res);
-/* Entry 12: frees a body (type 0 request, 1 response). */
+/** Entry 12: frees a body (type 0 request, 1 response). */
 void intfVelmor_cbEvtMsgMngt_freeBody_msgCmd_getChannelCreated(int32_t type, void *body);
-/* Entry 12: serializes a body into a new buffer, freed by the caller. */
+/** Entry 12: serializes a body into a new buffer, freed by the caller. */
 uint32_t intfVelmor_cbEvtMsgMngt_serializeBody_msgCmd_getChannelCreated(
     int32_t type, void *body, uint8_t **out, uint32_t *outLen);
-/* Entry 12: reads a serialized body into a new body; 2 for a refused frame. */
+/** Entry 12: reads a serialized body into a new body; 2 for a refused frame. */
 uint32_t intfVelmor_cbEvtMsgMngt_unserializeBody_msgCmd_getChannelCreated(
     int32_t type, const uint8_t *bytes, void **outBody, uint32_t *outSize);
-/* Entry 12: a new text naming the body, freed by the caller. */
+/** Entry 12: a new text naming the body, freed by the caller. */
 void intfVelmor_cbEvtMsgMngt_logBody_msgCmd_getChannelCreated(
     uint32_t w1, uint32_t w2, uint32_t w3, char **outText);
 
-/* ==== getCCAStatistic: command 13, magic 0x29190165, stamp 0 ============================== */
-/* request: none */
-/* response: ccaStats res */
+/** @} */
 
-/* The service's request handler, installed with _modSrv_recvMsg_. */
+/* ==== getCCAStatistic: command 13, magic 0x29190165, stamp 0 ============================== */
+/**
+ * @defgroup intfVelmor_cmd_getCCAStatistic getCCAStatistic: command 13
+ * @ingroup intfVelmor_commands
+ * magic 0x29190165, stamp 0<br>
+ * request: none<br>
+ * response: ccaStats res<br>
+ * @{
+ */
+
+/** The service's request handler, installed with _modSrv_recvMsg_. */
 typedef void (*intfVelmor_hdlReq_getCCAStatistic)(void *ctx, uint32_t ref);
-/* The client's response callback, given to _sendReq_. */
+/** The client's response callback, given to _sendReq_. */
 typedef void (*intfVelmor_cbRes_getCCAStatistic)(void *ctx, uint32_t ref, ccaStats *res);
-/* Client: sends the request to the user srvUserName; cb gets word1 as ref. */
+/** Client: sends the request to the user srvUserName; cb gets word1 as ref. */
 uint32_t intfVelmor_sendReq_getCCAStatistic(
     void *user, intfVelmor_cbRes_getCCAStatistic cb, uint32_t word1, uint32_t word2,
     const char *srvUserName);
-/* Service: installs its request handler with the core. */
+/** Service: installs its request handler with the core. */
 uint32_t intfVelmor_modSrv_recvMsg_getCCAStatistic(
     void *user, uint32_t w1, uint32_t w2, uint32_t w3);
-/* Service: the entry's receive handler; checks the body, calls the handler. */
+/** Service: the entry's receive handler; checks the body, calls the handler. */
 void intfVelmor_recvReq_getCCAStatistic(void *ctx, void *body, void *handler, uint32_t ref);
-/* Service: answers the request of ctx. */
+/** Service: answers the request of ctx. */
 void intfVelmor_sendRes_getCCAStatistic(void *ctx, const ccaStats *res);
-/* Entry 13: frees a body (type 0 request, 1 response). */
+/** Entry 13: frees a body (type 0 request, 1 response). */
 void intfVelmor_cbEvtMsgMngt_freeBody_msgCmd_getCCAStatistic(int32_t type, void *body);
-/* Entry 13: serializes a body into a new buffer, freed by the caller. */
+/** Entry 13: serializes a body into a new buffer, freed by the caller. */
 uint32_t intfVelmor_cbEvtMsgMngt_serializeBody_msgCmd_getCCAStatistic(
     int32_t type, void *body, uint8_t **out, uint32_t *outLen);
-/* Entry 13: reads a serialized body into a new body; 2 for a refused frame. */
+/** Entry 13: reads a serialized body into a new body; 2 for a refused frame. */
 uint32_t intfVelmor_cbEvtMsgMngt_unserializeBody_msgCmd_getCCAStatistic(
     int32_t type, const uint8_t *bytes, void **outBody, uint32_t *outSize);
-/* Entry 13: a new text naming the body, freed by the caller. */
+/** Entry 13: a new text naming the body, freed by the caller. */
 void intfVelmor_cbEvtMsgMngt_logBody_msgCmd_getCCAStatistic(
     uint32_t w1, uint32_t w2, uint32_t w3, char **outText);
 
-/* ==== meshTUKExtenderPairing: notification 0, magic 0x13531940, stamp 1 =================== */
-/* members: u32 value */
+/** @} */
 
-/* A subscriber's handler, installed with _modCliNtfyUser_recvMsg_. */
+/* ==== meshTUKExtenderPairing: notification 0, magic 0x13531940, stamp 1 =================== */
+/**
+ * @defgroup intfVelmor_ntfy_meshTUKExtenderPairing meshTUKExtenderPairing: notification 0
+ * @ingroup intfVelmor_notifications
+ * magic 0x13531940, stamp 1<br>
+ * members: u32 value<br>
+ * @{
+ */
+
+/** A subscriber's handler, installed with _modCliNtfyUser_recvMsg_. */
 typedef void (*intfVelmor_hdlNtfy_meshTUKExtenderPairing)(void *ctx, uint32_t ref, uint32_t value);
-/* Service: publishes the notification to every subscriber. */
+/** Service: publishes the notification to every subscriber. */
 void intfVelmor_sendReq_ntfyMeshTUKExtenderPairing(
     void *user, uint32_t word1, uint32_t word2, uint32_t value);
-/* Subscriber: installs its handler for the service busName. */
+/** Subscriber: installs its handler for the service busName. */
 uint32_t intfVelmor_modCliNtfyUser_recvMsg_meshTUKExtenderPairing(
     void *user, uint32_t w1, uint32_t w2, uint32_t w3, const char *busName, void *userName);
-/* Subscriber: the entry's receive handler; checks the body, calls the handler. */
+/** Subscriber: the entry's receive handler; checks the body, calls the handler. */
 void intfVelmor_recvReq_ntfyMeshTUKExtenderPairing(
     void *ctx, void *body, void *handler, uint32_t ref);
-/* Entry 0: frees a body (type 0 request, 1 response). */
+/** Entry 0: frees a body (type 0 request, 1 response). */
 void intfVelmor_cbEvtMsgMngt_freeBody_msgNtfy_meshTUKExtenderPairing(int32_t type, void *body);
-/* Entry 0: serializes a body into a new buffer, freed by the caller. */
+/** Entry 0: serializes a body into a new buffer, freed by the caller. */
 uint32_t intfVelmor_cbEvtMsgMngt_serializeBody_msgNtfy_meshTUKExtenderPairing(
     int32_t type, void *body, uint8_t **out, uint32_t *outLen);
-/* Entry 0: reads a serialized body into a new body; 2 for a refused frame. */
+/** Entry 0: reads a serialized body into a new body; 2 for a refused frame. */
 uint32_t intfVelmor_cbEvtMsgMngt_unserializeBody_msgNtfy_meshTUKExtenderPairing(
     int32_t type, const uint8_t *bytes, void **outBody, uint32_t *outSize);
-/* Entry 0: a new text naming the body, freed by the caller. */
+/** Entry 0: a new text naming the body, freed by the caller. */
 void intfVelmor_cbEvtMsgMngt_logBody_msgNtfy_meshTUKExtenderPairing(
     uint32_t w1, uint32_t w2, uint32_t w3, char **outText);
 
-/* ==== meshTUKClientsLowRSSI: notification 1, magic 0x14531940, stamp 1 ==================== */
-/* members: LowRSSINtf ntfy */
+/** @} */
 
-/* A subscriber's handler, installed with _modCliNtfyUser_recvMsg_. */
+/* ==== meshTUKClientsLowRSSI: notification 1, magic 0x14531940, stamp 1 ==================== */
+/**
+ * @defgroup intfVelmor_ntfy_meshTUKClientsLowRSSI meshTUKClientsLowRSSI: notification 1
+ * @ingroup intfVelmor_notifications
+ * magic 0x14531940, stamp 1<br>
+ * members: LowRSSINtf ntfy<br>
+ * @{
+ */
+
+/** A subscriber's handler, installed with _modCliNtfyUser_recvMsg_. */
 typedef void (*intfVelmor_hdlNtfy_meshTUKClientsLowRSSI)(void *ctx, uint32_t ref, LowRSSINtf *ntfy);
-/* Service: publishes the notification to every subscriber. */
+/** Service: publishes the notification to every subscriber. */
 void intfVelmor_sendReq_ntfyMeshTUKClientsLowRSSI(
     void *user, uint32_t word1, uint32_t word2, const LowRSSINtf *ntfy);
-/* Subscriber: installs its handler for the service busName. */
+/** Subscriber: installs its handler for the service busName. */
 uint32_t intfVelmor_modCliNtfyUser_recvMsg_meshTUKClientsLowRSSI(
     void *user, uint32_t w1, uint32_t w2, uint32_t w3, const char *busName, void *userName);
-/* Subscriber: the entry's receive handler; checks the body, calls the handler. */
+/** Subscriber: the entry's receive handler; checks the body, calls the handler. */
 void intfVelmor_recvReq_ntfyMeshTUKClientsLowRSSI(
     void *ctx, void *body, void *handler, uint32_t ref);
-/* Entry 1: frees a body (type 0 request, 1 response). */
+/** Entry 1: frees a body (type 0 request, 1 response). */
 void intfVelmor_cbEvtMsgMngt_freeBody_msgNtfy_meshTUKClientsLowRSSI(int32_t type, void *body);
-/* Entry 1: serializes a body into a new buffer, freed by the caller. */
+/** Entry 1: serializes a body into a new buffer, freed by the caller. */
 uint32_t intfVelmor_cbEvtMsgMngt_serializeBody_msgNtfy_meshTUKClientsLowRSSI(
     int32_t type, void *body, uint8_t **out, uint32_t *outLen);
-/* Entry 1: reads a serialized body into a new body; 2 for a refused frame. */
+/** Entry 1: reads a serialized body into a new body; 2 for a refused frame. */
 uint32_t intfVelmor_cbEvtMsgMngt_unserializeBody_msgNtfy_meshTUKClientsLowRSSI(
     int32_t type, const uint8_t *bytes, void **outBody, uint32_t *outSize);
-/* Entry 1: a new text naming the body, freed by the caller. */
+/** Entry 1: a new text naming the body, freed by the caller. */
 void intfVelmor_cbEvtMsgMngt_logBody_msgNtfy_meshTUKClientsLowRSSI(
     uint32_t w1, uint32_t w2, uint32_t w3, char **outText);
 
-/* ==== beaconReport: notification 2, magic 0x24582563, stamp 0 ============================= */
-/* members: char[18] mac, i8 value1, i8 value2 */
+/** @} */
 
-/* A subscriber's handler, installed with _modCliNtfyUser_recvMsg_. */
+/* ==== beaconReport: notification 2, magic 0x24582563, stamp 0 ============================= */
+/**
+ * @defgroup intfVelmor_ntfy_beaconReport beaconReport: notification 2
+ * @ingroup intfVelmor_notifications
+ * magic 0x24582563, stamp 0<br>
+ * members: char[18] mac, i8 value1, i8 value2<br>
+ * @{
+ */
+
+/** A subscriber's handler, installed with _modCliNtfyUser_recvMsg_. */
 typedef void (*intfVelmor_hdlNtfy_beaconReport)(
     void *ctx, uint32_t ref, char *mac, int8_t value1, int8_t value2);
-/* Service: publishes the notification to every subscriber. */
+/** Service: publishes the notification to every subscriber. */
 void intfVelmor_sendReq_ntfyBeaconReport(
     void *user, uint32_t word1, uint32_t word2, const char *mac, int8_t value1, int8_t value2);
-/* Subscriber: installs its handler for the service busName. */
+/** Subscriber: installs its handler for the service busName. */
 uint32_t intfVelmor_modCliNtfyUser_recvMsg_beaconReport(
     void *user, uint32_t w1, uint32_t w2, uint32_t w3, const char *busName, void *userName);
-/* Subscriber: the entry's receive handler; checks the body, calls the handler. */
+/** Subscriber: the entry's receive handler; checks the body, calls the handler. */
 void intfVelmor_recvReq_ntfyBeaconReport(void *ctx, void *body, void *handler, uint32_t ref);
-/* Service: registers with the core as the publisher of beacon reports. */
+/** Service: registers with the core as the publisher of beacon reports. */
 uint32_t intfVelmor_modSrv_needUpdate_ntfyBeaconReport(
     void *user, uint32_t w1, uint32_t w2, uint32_t w3);
-/* Entry 2: frees a body (type 0 request, 1 response). */
+/** Entry 2: frees a body (type 0 request, 1 response). */
 void intfVelmor_cbEvtMsgMngt_freeBody_msgNtfy_beaconReport(int32_t type, void *body);
-/* Entry 2: serializes a body into a new buffer, freed by the caller. */
+/** Entry 2: serializes a body into a new buffer, freed by the caller. */
 uint32_t intfVelmor_cbEvtMsgMngt_serializeBody_msgNtfy_beaconReport(
     int32_t type, void *body, uint8_t **out, uint32_t *outLen);
-/* Entry 2: reads a serialized body into a new body; 2 for a refused frame. */
+/** Entry 2: reads a serialized body into a new body; 2 for a refused frame. */
 uint32_t intfVelmor_cbEvtMsgMngt_unserializeBody_msgNtfy_beaconReport(
     int32_t type, const uint8_t *bytes, void **outBody, uint32_t *outSize);
-/* Entry 2: a new text naming the body, freed by the caller. */
+/** Entry 2: a new text naming the body, freed by the caller. */
 void intfVelmor_cbEvtMsgMngt_logBody_msgNtfy_beaconReport(
     uint32_t w1, uint32_t w2, uint32_t w3, char **outText);
 
-/* ==== Bounded receipt ===================================================================== */
+/** @} */
 
-/*
+/* ==== Bounded receipt ===================================================================== */
+/**
+ * @defgroup intfVelmor_boundedReceipt Bounded receipt
+ * @ingroup intfVelmor_commands
+ * @{
+ */
+
+/**
  * For hosts that know the received length: the same as the entry's
  * unserializeBody callback (named by entryFn), but no read reaches end.
  * Returns 1 for a callback that is not one of this interface's.
@@ -557,6 +698,8 @@ void intfVelmor_cbEvtMsgMngt_logBody_msgNtfy_beaconReport(
 uint32_t intfVelmor_unserializeBodyBounded(
     intfVelmor_unserializeBodyFn entryFn, int32_t type, const uint8_t *bytes, const uint8_t *end,
     void **outBody, uint32_t *outSize);
+
+/** @} */
 
 #ifdef __cplusplus
 }

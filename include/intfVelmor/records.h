@@ -23,1182 +23,1800 @@
 extern "C" {
 #endif
 
-/* Every record type, for code that walks them all: X(type). */
+/** Every record type, for code that walks them all: X(type). @ingroup intfVelmor_records */
 #define INTFVELMOR_RECORD_TYPES(X) \
     INTFVELMOR_RADIO_TYPES(X) \
     INTFVELMOR_CONFIG_TYPES(X) \
     INTFVELMOR_STATION_TYPES(X)
 
 /* ==== Radio, channel, scan, survey and statistics record types ============================ */
+/**
+ * @defgroup intfVelmor_records_radio Radio, channel, scan, survey and statistics
+ * @ingroup intfVelmor_records
+ * @{
+ */
 
 /* ---- ccaStats ----------------------------------------------------------------------------- */
-/* Copies src to dst: texts bounded, arrays up to their bound. */
+/**
+ * @defgroup intfVelmor_rec_ccaStats ccaStats
+ * @ingroup intfVelmor_records_radio
+ * The operations of the record type @ref ccaStats.<br>
+ * @{
+ */
+/** Copies src to dst: texts bounded, arrays up to their bound. */
 uint32_t intfVelmor_ccaStats_copy(ccaStats *dst, const ccaStats *src);
-/* Releases what rec holds: records hold no storage, so nothing. */
+/** Releases what rec holds: records hold no storage, so nothing. */
 void intfVelmor_ccaStats_clean(ccaStats *rec);
-/* The number of bytes that _serialize writes for rec. */
+/** The number of bytes that _serialize writes for rec. */
 uint32_t intfVelmor_ccaStats_serialize_lg(const ccaStats *rec);
-/* Writes rec's items at *pos and moves *pos past them. */
+/** Writes rec's items at *pos and moves *pos past them. */
 uint32_t intfVelmor_ccaStats_serialize(const ccaStats *rec, uint8_t **pos);
-/* Reads one record at *pos into rec, trusting item lengths; moves *pos. */
+/** Reads one record at *pos into rec, trusting item lengths; moves *pos. */
 uint32_t intfVelmor_ccaStats_unserialize(ccaStats *rec, const uint8_t **pos);
-/* The same, never reading at or past end. */
+/** The same, never reading at or past end. */
 uint32_t intfVelmor_ccaStats_unserialize_bounded(
     ccaStats *rec, const uint8_t **pos, const uint8_t *end);
 
+/** @} */
+
 /* ---- channelLoadProperties ---------------------------------------------------------------- */
-/* Copies src to dst: texts bounded, arrays up to their bound. */
+/**
+ * @defgroup intfVelmor_rec_channelLoadProperties channelLoadProperties
+ * @ingroup intfVelmor_records_radio
+ * The operations of the record type @ref channelLoadProperties.<br>
+ * @{
+ */
+/** Copies src to dst: texts bounded, arrays up to their bound. */
 uint32_t intfVelmor_channelLoadProperties_copy(
     channelLoadProperties *dst, const channelLoadProperties *src);
-/* Releases what rec holds: records hold no storage, so nothing. */
+/** Releases what rec holds: records hold no storage, so nothing. */
 void intfVelmor_channelLoadProperties_clean(channelLoadProperties *rec);
-/* The number of bytes that _serialize writes for rec. */
+/** The number of bytes that _serialize writes for rec. */
 uint32_t intfVelmor_channelLoadProperties_serialize_lg(const channelLoadProperties *rec);
-/* Writes rec's items at *pos and moves *pos past them. */
+/** Writes rec's items at *pos and moves *pos past them. */
 uint32_t intfVelmor_channelLoadProperties_serialize(
     const channelLoadProperties *rec, uint8_t **pos);
-/* Reads one record at *pos into rec, trusting item lengths; moves *pos. */
+/** Reads one record at *pos into rec, trusting item lengths; moves *pos. */
 uint32_t intfVelmor_channelLoadProperties_unserialize(
     channelLoadProperties *rec, const uint8_t **pos);
-/* The same, never reading at or past end. */
+/** The same, never reading at or past end. */
 uint32_t intfVelmor_channelLoadProperties_unserialize_bounded(
     channelLoadProperties *rec, const uint8_t **pos, const uint8_t *end);
 
+/** @} */
+
 /* ---- channelsCreatedProperties ------------------------------------------------------------ */
-/* Copies src to dst: texts bounded, arrays up to their bound. */
+/**
+ * @defgroup intfVelmor_rec_channelsCreatedProperties channelsCreatedProperties
+ * @ingroup intfVelmor_records_radio
+ * The operations of the record type @ref channelsCreatedProperties.<br>
+ * @{
+ */
+/** Copies src to dst: texts bounded, arrays up to their bound. */
 uint32_t intfVelmor_channelsCreatedProperties_copy(
     channelsCreatedProperties *dst, const channelsCreatedProperties *src);
-/* Releases what rec holds: records hold no storage, so nothing. */
+/** Releases what rec holds: records hold no storage, so nothing. */
 void intfVelmor_channelsCreatedProperties_clean(channelsCreatedProperties *rec);
-/* The number of bytes that _serialize writes for rec. */
+/** The number of bytes that _serialize writes for rec. */
 uint32_t intfVelmor_channelsCreatedProperties_serialize_lg(const channelsCreatedProperties *rec);
-/* Writes rec's items at *pos and moves *pos past them. */
+/** Writes rec's items at *pos and moves *pos past them. */
 uint32_t intfVelmor_channelsCreatedProperties_serialize(
     const channelsCreatedProperties *rec, uint8_t **pos);
-/* Reads one record at *pos into rec, trusting item lengths; moves *pos. */
+/** Reads one record at *pos into rec, trusting item lengths; moves *pos. */
 uint32_t intfVelmor_channelsCreatedProperties_unserialize(
     channelsCreatedProperties *rec, const uint8_t **pos);
-/* The same, never reading at or past end. */
+/** The same, never reading at or past end. */
 uint32_t intfVelmor_channelsCreatedProperties_unserialize_bounded(
     channelsCreatedProperties *rec, const uint8_t **pos, const uint8_t *end);
 
+/** @} */
+
 /* ---- channelReport ------------------------------------------------------------------------ */
-/* Copies src to dst: texts bounded, arrays up to their bound. */
+/**
+ * @defgroup intfVelmor_rec_channelReport channelReport
+ * @ingroup intfVelmor_records_radio
+ * The operations of the record type @ref channelReport.<br>
+ * @{
+ */
+/** Copies src to dst: texts bounded, arrays up to their bound. */
 uint32_t intfVelmor_channelReport_copy(channelReport *dst, const channelReport *src);
-/* Releases what rec holds: records hold no storage, so nothing. */
+/** Releases what rec holds: records hold no storage, so nothing. */
 void intfVelmor_channelReport_clean(channelReport *rec);
-/* The number of bytes that _serialize writes for rec. */
+/** The number of bytes that _serialize writes for rec. */
 uint32_t intfVelmor_channelReport_serialize_lg(const channelReport *rec);
-/* Writes rec's items at *pos and moves *pos past them. */
+/** Writes rec's items at *pos and moves *pos past them. */
 uint32_t intfVelmor_channelReport_serialize(const channelReport *rec, uint8_t **pos);
-/* Reads one record at *pos into rec, trusting item lengths; moves *pos. */
+/** Reads one record at *pos into rec, trusting item lengths; moves *pos. */
 uint32_t intfVelmor_channelReport_unserialize(channelReport *rec, const uint8_t **pos);
-/* The same, never reading at or past end. */
+/** The same, never reading at or past end. */
 uint32_t intfVelmor_channelReport_unserialize_bounded(
     channelReport *rec, const uint8_t **pos, const uint8_t *end);
 
+/** @} */
+
 /* ---- CCARequest --------------------------------------------------------------------------- */
-/* Copies src to dst: texts bounded, arrays up to their bound. */
+/**
+ * @defgroup intfVelmor_rec_CCARequest CCARequest
+ * @ingroup intfVelmor_records_radio
+ * The operations of the record type @ref CCARequest.<br>
+ * @{
+ */
+/** Copies src to dst: texts bounded, arrays up to their bound. */
 uint32_t intfVelmor_CCARequest_copy(CCARequest *dst, const CCARequest *src);
-/* Releases what rec holds: records hold no storage, so nothing. */
+/** Releases what rec holds: records hold no storage, so nothing. */
 void intfVelmor_CCARequest_clean(CCARequest *rec);
-/* The number of bytes that _serialize writes for rec. */
+/** The number of bytes that _serialize writes for rec. */
 uint32_t intfVelmor_CCARequest_serialize_lg(const CCARequest *rec);
-/* Writes rec's items at *pos and moves *pos past them. */
+/** Writes rec's items at *pos and moves *pos past them. */
 uint32_t intfVelmor_CCARequest_serialize(const CCARequest *rec, uint8_t **pos);
-/* Reads one record at *pos into rec, trusting item lengths; moves *pos. */
+/** Reads one record at *pos into rec, trusting item lengths; moves *pos. */
 uint32_t intfVelmor_CCARequest_unserialize(CCARequest *rec, const uint8_t **pos);
-/* The same, never reading at or past end. */
+/** The same, never reading at or past end. */
 uint32_t intfVelmor_CCARequest_unserialize_bounded(
     CCARequest *rec, const uint8_t **pos, const uint8_t *end);
 
+/** @} */
+
 /* ---- CCAReport ---------------------------------------------------------------------------- */
-/* Copies src to dst: texts bounded, arrays up to their bound. */
+/**
+ * @defgroup intfVelmor_rec_CCAReport CCAReport
+ * @ingroup intfVelmor_records_radio
+ * The operations of the record type @ref CCAReport.<br>
+ * @{
+ */
+/** Copies src to dst: texts bounded, arrays up to their bound. */
 uint32_t intfVelmor_CCAReport_copy(CCAReport *dst, const CCAReport *src);
-/* Releases what rec holds: records hold no storage, so nothing. */
+/** Releases what rec holds: records hold no storage, so nothing. */
 void intfVelmor_CCAReport_clean(CCAReport *rec);
-/* The number of bytes that _serialize writes for rec. */
+/** The number of bytes that _serialize writes for rec. */
 uint32_t intfVelmor_CCAReport_serialize_lg(const CCAReport *rec);
-/* Writes rec's items at *pos and moves *pos past them. */
+/** Writes rec's items at *pos and moves *pos past them. */
 uint32_t intfVelmor_CCAReport_serialize(const CCAReport *rec, uint8_t **pos);
-/* Reads one record at *pos into rec, trusting item lengths; moves *pos. */
+/** Reads one record at *pos into rec, trusting item lengths; moves *pos. */
 uint32_t intfVelmor_CCAReport_unserialize(CCAReport *rec, const uint8_t **pos);
-/* The same, never reading at or past end. */
+/** The same, never reading at or past end. */
 uint32_t intfVelmor_CCAReport_unserialize_bounded(
     CCAReport *rec, const uint8_t **pos, const uint8_t *end);
 
+/** @} */
+
 /* ---- Timestamp ---------------------------------------------------------------------------- */
-/* Copies src to dst: texts bounded, arrays up to their bound. */
+/**
+ * @defgroup intfVelmor_rec_Timestamp Timestamp
+ * @ingroup intfVelmor_records_radio
+ * The operations of the record type @ref Timestamp.<br>
+ * @{
+ */
+/** Copies src to dst: texts bounded, arrays up to their bound. */
 uint32_t intfVelmor_Timestamp_copy(Timestamp *dst, const Timestamp *src);
-/* Releases what rec holds: records hold no storage, so nothing. */
+/** Releases what rec holds: records hold no storage, so nothing. */
 void intfVelmor_Timestamp_clean(Timestamp *rec);
-/* The number of bytes that _serialize writes for rec. */
+/** The number of bytes that _serialize writes for rec. */
 uint32_t intfVelmor_Timestamp_serialize_lg(const Timestamp *rec);
-/* Writes rec's items at *pos and moves *pos past them. */
+/** Writes rec's items at *pos and moves *pos past them. */
 uint32_t intfVelmor_Timestamp_serialize(const Timestamp *rec, uint8_t **pos);
-/* Reads one record at *pos into rec, trusting item lengths; moves *pos. */
+/** Reads one record at *pos into rec, trusting item lengths; moves *pos. */
 uint32_t intfVelmor_Timestamp_unserialize(Timestamp *rec, const uint8_t **pos);
-/* The same, never reading at or past end. */
+/** The same, never reading at or past end. */
 uint32_t intfVelmor_Timestamp_unserialize_bounded(
     Timestamp *rec, const uint8_t **pos, const uint8_t *end);
 
+/** @} */
+
 /* ---- RadioDef ----------------------------------------------------------------------------- */
-/* Copies src to dst: texts bounded, arrays up to their bound. */
+/**
+ * @defgroup intfVelmor_rec_RadioDef RadioDef
+ * @ingroup intfVelmor_records_radio
+ * The operations of the record type @ref RadioDef.<br>
+ * @{
+ */
+/** Copies src to dst: texts bounded, arrays up to their bound. */
 uint32_t intfVelmor_RadioDef_copy(RadioDef *dst, const RadioDef *src);
-/* Releases what rec holds: records hold no storage, so nothing. */
+/** Releases what rec holds: records hold no storage, so nothing. */
 void intfVelmor_RadioDef_clean(RadioDef *rec);
-/* The number of bytes that _serialize writes for rec. */
+/** The number of bytes that _serialize writes for rec. */
 uint32_t intfVelmor_RadioDef_serialize_lg(const RadioDef *rec);
-/* Writes rec's items at *pos and moves *pos past them. */
+/** Writes rec's items at *pos and moves *pos past them. */
 uint32_t intfVelmor_RadioDef_serialize(const RadioDef *rec, uint8_t **pos);
-/* Reads one record at *pos into rec, trusting item lengths; moves *pos. */
+/** Reads one record at *pos into rec, trusting item lengths; moves *pos. */
 uint32_t intfVelmor_RadioDef_unserialize(RadioDef *rec, const uint8_t **pos);
-/* The same, never reading at or past end. */
+/** The same, never reading at or past end. */
 uint32_t intfVelmor_RadioDef_unserialize_bounded(
     RadioDef *rec, const uint8_t **pos, const uint8_t *end);
 
+/** @} */
+
 /* ---- RadioChannelCapabilitiesPerBandwidth ------------------------------------------------- */
-/* Copies src to dst: texts bounded, arrays up to their bound. */
+/**
+ * @defgroup intfVelmor_rec_RadioChannelCapabilitiesPerBandwidth RadioChannelCapabilitiesPerBandwidth
+ * @ingroup intfVelmor_records_radio
+ * The operations of the record type @ref RadioChannelCapabilitiesPerBandwidth.<br>
+ * @{
+ */
+/** Copies src to dst: texts bounded, arrays up to their bound. */
 uint32_t intfVelmor_RadioChannelCapabilitiesPerBandwidth_copy(
     RadioChannelCapabilitiesPerBandwidth *dst, const RadioChannelCapabilitiesPerBandwidth *src);
-/* Releases what rec holds: records hold no storage, so nothing. */
+/** Releases what rec holds: records hold no storage, so nothing. */
 void intfVelmor_RadioChannelCapabilitiesPerBandwidth_clean(
     RadioChannelCapabilitiesPerBandwidth *rec);
-/* The number of bytes that _serialize writes for rec. */
+/** The number of bytes that _serialize writes for rec. */
 uint32_t intfVelmor_RadioChannelCapabilitiesPerBandwidth_serialize_lg(
     const RadioChannelCapabilitiesPerBandwidth *rec);
-/* Writes rec's items at *pos and moves *pos past them. */
+/** Writes rec's items at *pos and moves *pos past them. */
 uint32_t intfVelmor_RadioChannelCapabilitiesPerBandwidth_serialize(
     const RadioChannelCapabilitiesPerBandwidth *rec, uint8_t **pos);
-/* Reads one record at *pos into rec, trusting item lengths; moves *pos. */
+/** Reads one record at *pos into rec, trusting item lengths; moves *pos. */
 uint32_t intfVelmor_RadioChannelCapabilitiesPerBandwidth_unserialize(
     RadioChannelCapabilitiesPerBandwidth *rec, const uint8_t **pos);
-/* The same, never reading at or past end. */
+/** The same, never reading at or past end. */
 uint32_t intfVelmor_RadioChannelCapabilitiesPerBandwidth_unserialize_bounded(
     RadioChannelCapabilitiesPerBandwidth *rec, const uint8_t **pos, const uint8_t *end);
 
+/** @} */
+
 /* ---- RadioChannelCapabilities ------------------------------------------------------------- */
-/* Copies src to dst: texts bounded, arrays up to their bound. */
+/**
+ * @defgroup intfVelmor_rec_RadioChannelCapabilities RadioChannelCapabilities
+ * @ingroup intfVelmor_records_radio
+ * The operations of the record type @ref RadioChannelCapabilities.<br>
+ * @{
+ */
+/** Copies src to dst: texts bounded, arrays up to their bound. */
 uint32_t intfVelmor_RadioChannelCapabilities_copy(
     RadioChannelCapabilities *dst, const RadioChannelCapabilities *src);
-/* Releases what rec holds: records hold no storage, so nothing. */
+/** Releases what rec holds: records hold no storage, so nothing. */
 void intfVelmor_RadioChannelCapabilities_clean(RadioChannelCapabilities *rec);
-/* The number of bytes that _serialize writes for rec. */
+/** The number of bytes that _serialize writes for rec. */
 uint32_t intfVelmor_RadioChannelCapabilities_serialize_lg(const RadioChannelCapabilities *rec);
-/* Writes rec's items at *pos and moves *pos past them. */
+/** Writes rec's items at *pos and moves *pos past them. */
 uint32_t intfVelmor_RadioChannelCapabilities_serialize(
     const RadioChannelCapabilities *rec, uint8_t **pos);
-/* Reads one record at *pos into rec, trusting item lengths; moves *pos. */
+/** Reads one record at *pos into rec, trusting item lengths; moves *pos. */
 uint32_t intfVelmor_RadioChannelCapabilities_unserialize(
     RadioChannelCapabilities *rec, const uint8_t **pos);
-/* The same, never reading at or past end. */
+/** The same, never reading at or past end. */
 uint32_t intfVelmor_RadioChannelCapabilities_unserialize_bounded(
     RadioChannelCapabilities *rec, const uint8_t **pos, const uint8_t *end);
 
+/** @} */
+
 /* ---- RadioCapacity ------------------------------------------------------------------------ */
-/* Copies src to dst: texts bounded, arrays up to their bound. */
+/**
+ * @defgroup intfVelmor_rec_RadioCapacity RadioCapacity
+ * @ingroup intfVelmor_records_radio
+ * The operations of the record type @ref RadioCapacity.<br>
+ * @{
+ */
+/** Copies src to dst: texts bounded, arrays up to their bound. */
 uint32_t intfVelmor_RadioCapacity_copy(RadioCapacity *dst, const RadioCapacity *src);
-/* Releases what rec holds: records hold no storage, so nothing. */
+/** Releases what rec holds: records hold no storage, so nothing. */
 void intfVelmor_RadioCapacity_clean(RadioCapacity *rec);
-/* The number of bytes that _serialize writes for rec. */
+/** The number of bytes that _serialize writes for rec. */
 uint32_t intfVelmor_RadioCapacity_serialize_lg(const RadioCapacity *rec);
-/* Writes rec's items at *pos and moves *pos past them. */
+/** Writes rec's items at *pos and moves *pos past them. */
 uint32_t intfVelmor_RadioCapacity_serialize(const RadioCapacity *rec, uint8_t **pos);
-/* Reads one record at *pos into rec, trusting item lengths; moves *pos. */
+/** Reads one record at *pos into rec, trusting item lengths; moves *pos. */
 uint32_t intfVelmor_RadioCapacity_unserialize(RadioCapacity *rec, const uint8_t **pos);
-/* The same, never reading at or past end. */
+/** The same, never reading at or past end. */
 uint32_t intfVelmor_RadioCapacity_unserialize_bounded(
     RadioCapacity *rec, const uint8_t **pos, const uint8_t *end);
 
+/** @} */
+
 /* ---- AftSta ------------------------------------------------------------------------------- */
-/* Copies src to dst: texts bounded, arrays up to their bound. */
+/**
+ * @defgroup intfVelmor_rec_AftSta AftSta
+ * @ingroup intfVelmor_records_radio
+ * The operations of the record type @ref AftSta.<br>
+ * @{
+ */
+/** Copies src to dst: texts bounded, arrays up to their bound. */
 uint32_t intfVelmor_AftSta_copy(AftSta *dst, const AftSta *src);
-/* Releases what rec holds: records hold no storage, so nothing. */
+/** Releases what rec holds: records hold no storage, so nothing. */
 void intfVelmor_AftSta_clean(AftSta *rec);
-/* The number of bytes that _serialize writes for rec. */
+/** The number of bytes that _serialize writes for rec. */
 uint32_t intfVelmor_AftSta_serialize_lg(const AftSta *rec);
-/* Writes rec's items at *pos and moves *pos past them. */
+/** Writes rec's items at *pos and moves *pos past them. */
 uint32_t intfVelmor_AftSta_serialize(const AftSta *rec, uint8_t **pos);
-/* Reads one record at *pos into rec, trusting item lengths; moves *pos. */
+/** Reads one record at *pos into rec, trusting item lengths; moves *pos. */
 uint32_t intfVelmor_AftSta_unserialize(AftSta *rec, const uint8_t **pos);
-/* The same, never reading at or past end. */
+/** The same, never reading at or past end. */
 uint32_t intfVelmor_AftSta_unserialize_bounded(
     AftSta *rec, const uint8_t **pos, const uint8_t *end);
 
+/** @} */
+
 /* ---- AftConfig ---------------------------------------------------------------------------- */
-/* Copies src to dst: texts bounded, arrays up to their bound. */
+/**
+ * @defgroup intfVelmor_rec_AftConfig AftConfig
+ * @ingroup intfVelmor_records_radio
+ * The operations of the record type @ref AftConfig.<br>
+ * @{
+ */
+/** Copies src to dst: texts bounded, arrays up to their bound. */
 uint32_t intfVelmor_AftConfig_copy(AftConfig *dst, const AftConfig *src);
-/* Releases what rec holds: records hold no storage, so nothing. */
+/** Releases what rec holds: records hold no storage, so nothing. */
 void intfVelmor_AftConfig_clean(AftConfig *rec);
-/* The number of bytes that _serialize writes for rec. */
+/** The number of bytes that _serialize writes for rec. */
 uint32_t intfVelmor_AftConfig_serialize_lg(const AftConfig *rec);
-/* Writes rec's items at *pos and moves *pos past them. */
+/** Writes rec's items at *pos and moves *pos past them. */
 uint32_t intfVelmor_AftConfig_serialize(const AftConfig *rec, uint8_t **pos);
-/* Reads one record at *pos into rec, trusting item lengths; moves *pos. */
+/** Reads one record at *pos into rec, trusting item lengths; moves *pos. */
 uint32_t intfVelmor_AftConfig_unserialize(AftConfig *rec, const uint8_t **pos);
-/* The same, never reading at or past end. */
+/** The same, never reading at or past end. */
 uint32_t intfVelmor_AftConfig_unserialize_bounded(
     AftConfig *rec, const uint8_t **pos, const uint8_t *end);
 
+/** @} */
+
 /* ---- AC_Stats ----------------------------------------------------------------------------- */
-/* Copies src to dst: texts bounded, arrays up to their bound. */
+/**
+ * @defgroup intfVelmor_rec_AC_Stats AC_Stats
+ * @ingroup intfVelmor_records_radio
+ * The operations of the record type @ref AC_Stats.<br>
+ * @{
+ */
+/** Copies src to dst: texts bounded, arrays up to their bound. */
 uint32_t intfVelmor_AC_Stats_copy(AC_Stats *dst, const AC_Stats *src);
-/* Releases what rec holds: records hold no storage, so nothing. */
+/** Releases what rec holds: records hold no storage, so nothing. */
 void intfVelmor_AC_Stats_clean(AC_Stats *rec);
-/* The number of bytes that _serialize writes for rec. */
+/** The number of bytes that _serialize writes for rec. */
 uint32_t intfVelmor_AC_Stats_serialize_lg(const AC_Stats *rec);
-/* Writes rec's items at *pos and moves *pos past them. */
+/** Writes rec's items at *pos and moves *pos past them. */
 uint32_t intfVelmor_AC_Stats_serialize(const AC_Stats *rec, uint8_t **pos);
-/* Reads one record at *pos into rec, trusting item lengths; moves *pos. */
+/** Reads one record at *pos into rec, trusting item lengths; moves *pos. */
 uint32_t intfVelmor_AC_Stats_unserialize(AC_Stats *rec, const uint8_t **pos);
-/* The same, never reading at or past end. */
+/** The same, never reading at or past end. */
 uint32_t intfVelmor_AC_Stats_unserialize_bounded(
     AC_Stats *rec, const uint8_t **pos, const uint8_t *end);
 
+/** @} */
+
 /* ---- AC ----------------------------------------------------------------------------------- */
-/* Copies src to dst: texts bounded, arrays up to their bound. */
+/**
+ * @defgroup intfVelmor_rec_AC AC
+ * @ingroup intfVelmor_records_radio
+ * The operations of the record type @ref AC.<br>
+ * @{
+ */
+/** Copies src to dst: texts bounded, arrays up to their bound. */
 uint32_t intfVelmor_AC_copy(AC *dst, const AC *src);
-/* Releases what rec holds: records hold no storage, so nothing. */
+/** Releases what rec holds: records hold no storage, so nothing. */
 void intfVelmor_AC_clean(AC *rec);
-/* The number of bytes that _serialize writes for rec. */
+/** The number of bytes that _serialize writes for rec. */
 uint32_t intfVelmor_AC_serialize_lg(const AC *rec);
-/* Writes rec's items at *pos and moves *pos past them. */
+/** Writes rec's items at *pos and moves *pos past them. */
 uint32_t intfVelmor_AC_serialize(const AC *rec, uint8_t **pos);
-/* Reads one record at *pos into rec, trusting item lengths; moves *pos. */
+/** Reads one record at *pos into rec, trusting item lengths; moves *pos. */
 uint32_t intfVelmor_AC_unserialize(AC *rec, const uint8_t **pos);
-/* The same, never reading at or past end. */
+/** The same, never reading at or past end. */
 uint32_t intfVelmor_AC_unserialize_bounded(AC *rec, const uint8_t **pos, const uint8_t *end);
 
+/** @} */
+
 /* ---- AcsLastScanSsidInfo ------------------------------------------------------------------ */
-/* Copies src to dst: texts bounded, arrays up to their bound. */
+/**
+ * @defgroup intfVelmor_rec_AcsLastScanSsidInfo AcsLastScanSsidInfo
+ * @ingroup intfVelmor_records_radio
+ * The operations of the record type @ref AcsLastScanSsidInfo.<br>
+ * @{
+ */
+/** Copies src to dst: texts bounded, arrays up to their bound. */
 uint32_t intfVelmor_AcsLastScanSsidInfo_copy(
     AcsLastScanSsidInfo *dst, const AcsLastScanSsidInfo *src);
-/* Releases what rec holds: records hold no storage, so nothing. */
+/** Releases what rec holds: records hold no storage, so nothing. */
 void intfVelmor_AcsLastScanSsidInfo_clean(AcsLastScanSsidInfo *rec);
-/* The number of bytes that _serialize writes for rec. */
+/** The number of bytes that _serialize writes for rec. */
 uint32_t intfVelmor_AcsLastScanSsidInfo_serialize_lg(const AcsLastScanSsidInfo *rec);
-/* Writes rec's items at *pos and moves *pos past them. */
+/** Writes rec's items at *pos and moves *pos past them. */
 uint32_t intfVelmor_AcsLastScanSsidInfo_serialize(const AcsLastScanSsidInfo *rec, uint8_t **pos);
-/* Reads one record at *pos into rec, trusting item lengths; moves *pos. */
+/** Reads one record at *pos into rec, trusting item lengths; moves *pos. */
 uint32_t intfVelmor_AcsLastScanSsidInfo_unserialize(AcsLastScanSsidInfo *rec, const uint8_t **pos);
-/* The same, never reading at or past end. */
+/** The same, never reading at or past end. */
 uint32_t intfVelmor_AcsLastScanSsidInfo_unserialize_bounded(
     AcsLastScanSsidInfo *rec, const uint8_t **pos, const uint8_t *end);
 
+/** @} */
+
 /* ---- AcsLastScanChannelInfo --------------------------------------------------------------- */
-/* Copies src to dst: texts bounded, arrays up to their bound. */
+/**
+ * @defgroup intfVelmor_rec_AcsLastScanChannelInfo AcsLastScanChannelInfo
+ * @ingroup intfVelmor_records_radio
+ * The operations of the record type @ref AcsLastScanChannelInfo.<br>
+ * @{
+ */
+/** Copies src to dst: texts bounded, arrays up to their bound. */
 uint32_t intfVelmor_AcsLastScanChannelInfo_copy(
     AcsLastScanChannelInfo *dst, const AcsLastScanChannelInfo *src);
-/* Releases what rec holds: records hold no storage, so nothing. */
+/** Releases what rec holds: records hold no storage, so nothing. */
 void intfVelmor_AcsLastScanChannelInfo_clean(AcsLastScanChannelInfo *rec);
-/* The number of bytes that _serialize writes for rec. */
+/** The number of bytes that _serialize writes for rec. */
 uint32_t intfVelmor_AcsLastScanChannelInfo_serialize_lg(const AcsLastScanChannelInfo *rec);
-/* Writes rec's items at *pos and moves *pos past them. */
+/** Writes rec's items at *pos and moves *pos past them. */
 uint32_t intfVelmor_AcsLastScanChannelInfo_serialize(
     const AcsLastScanChannelInfo *rec, uint8_t **pos);
-/* Reads one record at *pos into rec, trusting item lengths; moves *pos. */
+/** Reads one record at *pos into rec, trusting item lengths; moves *pos. */
 uint32_t intfVelmor_AcsLastScanChannelInfo_unserialize(
     AcsLastScanChannelInfo *rec, const uint8_t **pos);
-/* The same, never reading at or past end. */
+/** The same, never reading at or past end. */
 uint32_t intfVelmor_AcsLastScanChannelInfo_unserialize_bounded(
     AcsLastScanChannelInfo *rec, const uint8_t **pos, const uint8_t *end);
 
+/** @} */
+
 /* ---- AcsLastScanResults ------------------------------------------------------------------- */
-/* Copies src to dst: texts bounded, arrays up to their bound. */
+/**
+ * @defgroup intfVelmor_rec_AcsLastScanResults AcsLastScanResults
+ * @ingroup intfVelmor_records_radio
+ * The operations of the record type @ref AcsLastScanResults.<br>
+ * @{
+ */
+/** Copies src to dst: texts bounded, arrays up to their bound. */
 uint32_t intfVelmor_AcsLastScanResults_copy(AcsLastScanResults *dst, const AcsLastScanResults *src);
-/* Releases what rec holds: records hold no storage, so nothing. */
+/** Releases what rec holds: records hold no storage, so nothing. */
 void intfVelmor_AcsLastScanResults_clean(AcsLastScanResults *rec);
-/* The number of bytes that _serialize writes for rec. */
+/** The number of bytes that _serialize writes for rec. */
 uint32_t intfVelmor_AcsLastScanResults_serialize_lg(const AcsLastScanResults *rec);
-/* Writes rec's items at *pos and moves *pos past them. */
+/** Writes rec's items at *pos and moves *pos past them. */
 uint32_t intfVelmor_AcsLastScanResults_serialize(const AcsLastScanResults *rec, uint8_t **pos);
-/* Reads one record at *pos into rec, trusting item lengths; moves *pos. */
+/** Reads one record at *pos into rec, trusting item lengths; moves *pos. */
 uint32_t intfVelmor_AcsLastScanResults_unserialize(AcsLastScanResults *rec, const uint8_t **pos);
-/* The same, never reading at or past end. */
+/** The same, never reading at or past end. */
 uint32_t intfVelmor_AcsLastScanResults_unserialize_bounded(
     AcsLastScanResults *rec, const uint8_t **pos, const uint8_t *end);
 
+/** @} */
+
 /* ---- siteSurveyCfg ------------------------------------------------------------------------ */
-/* Copies src to dst: texts bounded, arrays up to their bound. */
+/**
+ * @defgroup intfVelmor_rec_siteSurveyCfg siteSurveyCfg
+ * @ingroup intfVelmor_records_radio
+ * The operations of the record type @ref siteSurveyCfg.<br>
+ * @{
+ */
+/** Copies src to dst: texts bounded, arrays up to their bound. */
 uint32_t intfVelmor_siteSurveyCfg_copy(siteSurveyCfg *dst, const siteSurveyCfg *src);
-/* Releases what rec holds: records hold no storage, so nothing. */
+/** Releases what rec holds: records hold no storage, so nothing. */
 void intfVelmor_siteSurveyCfg_clean(siteSurveyCfg *rec);
-/* The number of bytes that _serialize writes for rec. */
+/** The number of bytes that _serialize writes for rec. */
 uint32_t intfVelmor_siteSurveyCfg_serialize_lg(const siteSurveyCfg *rec);
-/* Writes rec's items at *pos and moves *pos past them. */
+/** Writes rec's items at *pos and moves *pos past them. */
 uint32_t intfVelmor_siteSurveyCfg_serialize(const siteSurveyCfg *rec, uint8_t **pos);
-/* Reads one record at *pos into rec, trusting item lengths; moves *pos. */
+/** Reads one record at *pos into rec, trusting item lengths; moves *pos. */
 uint32_t intfVelmor_siteSurveyCfg_unserialize(siteSurveyCfg *rec, const uint8_t **pos);
-/* The same, never reading at or past end. */
+/** The same, never reading at or past end. */
 uint32_t intfVelmor_siteSurveyCfg_unserialize_bounded(
     siteSurveyCfg *rec, const uint8_t **pos, const uint8_t *end);
 
+/** @} */
+
 /* ---- ChannelSurvey ------------------------------------------------------------------------ */
-/* Copies src to dst: texts bounded, arrays up to their bound. */
+/**
+ * @defgroup intfVelmor_rec_ChannelSurvey ChannelSurvey
+ * @ingroup intfVelmor_records_radio
+ * The operations of the record type @ref ChannelSurvey.<br>
+ * @{
+ */
+/** Copies src to dst: texts bounded, arrays up to their bound. */
 uint32_t intfVelmor_ChannelSurvey_copy(ChannelSurvey *dst, const ChannelSurvey *src);
-/* Releases what rec holds: records hold no storage, so nothing. */
+/** Releases what rec holds: records hold no storage, so nothing. */
 void intfVelmor_ChannelSurvey_clean(ChannelSurvey *rec);
-/* The number of bytes that _serialize writes for rec. */
+/** The number of bytes that _serialize writes for rec. */
 uint32_t intfVelmor_ChannelSurvey_serialize_lg(const ChannelSurvey *rec);
-/* Writes rec's items at *pos and moves *pos past them. */
+/** Writes rec's items at *pos and moves *pos past them. */
 uint32_t intfVelmor_ChannelSurvey_serialize(const ChannelSurvey *rec, uint8_t **pos);
-/* Reads one record at *pos into rec, trusting item lengths; moves *pos. */
+/** Reads one record at *pos into rec, trusting item lengths; moves *pos. */
 uint32_t intfVelmor_ChannelSurvey_unserialize(ChannelSurvey *rec, const uint8_t **pos);
-/* The same, never reading at or past end. */
+/** The same, never reading at or past end. */
 uint32_t intfVelmor_ChannelSurvey_unserialize_bounded(
     ChannelSurvey *rec, const uint8_t **pos, const uint8_t *end);
 
+/** @} */
+
 /* ---- SSIDSurvey --------------------------------------------------------------------------- */
-/* Copies src to dst: texts bounded, arrays up to their bound. */
+/**
+ * @defgroup intfVelmor_rec_SSIDSurvey SSIDSurvey
+ * @ingroup intfVelmor_records_radio
+ * The operations of the record type @ref SSIDSurvey.<br>
+ * @{
+ */
+/** Copies src to dst: texts bounded, arrays up to their bound. */
 uint32_t intfVelmor_SSIDSurvey_copy(SSIDSurvey *dst, const SSIDSurvey *src);
-/* Releases what rec holds: records hold no storage, so nothing. */
+/** Releases what rec holds: records hold no storage, so nothing. */
 void intfVelmor_SSIDSurvey_clean(SSIDSurvey *rec);
-/* The number of bytes that _serialize writes for rec. */
+/** The number of bytes that _serialize writes for rec. */
 uint32_t intfVelmor_SSIDSurvey_serialize_lg(const SSIDSurvey *rec);
-/* Writes rec's items at *pos and moves *pos past them. */
+/** Writes rec's items at *pos and moves *pos past them. */
 uint32_t intfVelmor_SSIDSurvey_serialize(const SSIDSurvey *rec, uint8_t **pos);
-/* Reads one record at *pos into rec, trusting item lengths; moves *pos. */
+/** Reads one record at *pos into rec, trusting item lengths; moves *pos. */
 uint32_t intfVelmor_SSIDSurvey_unserialize(SSIDSurvey *rec, const uint8_t **pos);
-/* The same, never reading at or past end. */
+/** The same, never reading at or past end. */
 uint32_t intfVelmor_SSIDSurvey_unserialize_bounded(
     SSIDSurvey *rec, const uint8_t **pos, const uint8_t *end);
 
+/** @} */
+
 /* ---- SSIDsSurvey -------------------------------------------------------------------------- */
-/* Copies src to dst: texts bounded, arrays up to their bound. */
+/**
+ * @defgroup intfVelmor_rec_SSIDsSurvey SSIDsSurvey
+ * @ingroup intfVelmor_records_radio
+ * The operations of the record type @ref SSIDsSurvey.<br>
+ * @{
+ */
+/** Copies src to dst: texts bounded, arrays up to their bound. */
 uint32_t intfVelmor_SSIDsSurvey_copy(SSIDsSurvey *dst, const SSIDsSurvey *src);
-/* Releases what rec holds: records hold no storage, so nothing. */
+/** Releases what rec holds: records hold no storage, so nothing. */
 void intfVelmor_SSIDsSurvey_clean(SSIDsSurvey *rec);
-/* The number of bytes that _serialize writes for rec. */
+/** The number of bytes that _serialize writes for rec. */
 uint32_t intfVelmor_SSIDsSurvey_serialize_lg(const SSIDsSurvey *rec);
-/* Writes rec's items at *pos and moves *pos past them. */
+/** Writes rec's items at *pos and moves *pos past them. */
 uint32_t intfVelmor_SSIDsSurvey_serialize(const SSIDsSurvey *rec, uint8_t **pos);
-/* Reads one record at *pos into rec, trusting item lengths; moves *pos. */
+/** Reads one record at *pos into rec, trusting item lengths; moves *pos. */
 uint32_t intfVelmor_SSIDsSurvey_unserialize(SSIDsSurvey *rec, const uint8_t **pos);
-/* The same, never reading at or past end. */
+/** The same, never reading at or past end. */
 uint32_t intfVelmor_SSIDsSurvey_unserialize_bounded(
     SSIDsSurvey *rec, const uint8_t **pos, const uint8_t *end);
 
+/** @} */
+
 /* ---- ChannelsSurvey ----------------------------------------------------------------------- */
-/* Copies src to dst: texts bounded, arrays up to their bound. */
+/**
+ * @defgroup intfVelmor_rec_ChannelsSurvey ChannelsSurvey
+ * @ingroup intfVelmor_records_radio
+ * The operations of the record type @ref ChannelsSurvey.<br>
+ * @{
+ */
+/** Copies src to dst: texts bounded, arrays up to their bound. */
 uint32_t intfVelmor_ChannelsSurvey_copy(ChannelsSurvey *dst, const ChannelsSurvey *src);
-/* Releases what rec holds: records hold no storage, so nothing. */
+/** Releases what rec holds: records hold no storage, so nothing. */
 void intfVelmor_ChannelsSurvey_clean(ChannelsSurvey *rec);
-/* The number of bytes that _serialize writes for rec. */
+/** The number of bytes that _serialize writes for rec. */
 uint32_t intfVelmor_ChannelsSurvey_serialize_lg(const ChannelsSurvey *rec);
-/* Writes rec's items at *pos and moves *pos past them. */
+/** Writes rec's items at *pos and moves *pos past them. */
 uint32_t intfVelmor_ChannelsSurvey_serialize(const ChannelsSurvey *rec, uint8_t **pos);
-/* Reads one record at *pos into rec, trusting item lengths; moves *pos. */
+/** Reads one record at *pos into rec, trusting item lengths; moves *pos. */
 uint32_t intfVelmor_ChannelsSurvey_unserialize(ChannelsSurvey *rec, const uint8_t **pos);
-/* The same, never reading at or past end. */
+/** The same, never reading at or past end. */
 uint32_t intfVelmor_ChannelsSurvey_unserialize_bounded(
     ChannelsSurvey *rec, const uint8_t **pos, const uint8_t *end);
 
+/** @} */
+
 /* ---- RadioChannelsInUseInfo --------------------------------------------------------------- */
-/* Copies src to dst: texts bounded, arrays up to their bound. */
+/**
+ * @defgroup intfVelmor_rec_RadioChannelsInUseInfo RadioChannelsInUseInfo
+ * @ingroup intfVelmor_records_radio
+ * The operations of the record type @ref RadioChannelsInUseInfo.<br>
+ * @{
+ */
+/** Copies src to dst: texts bounded, arrays up to their bound. */
 uint32_t intfVelmor_RadioChannelsInUseInfo_copy(
     RadioChannelsInUseInfo *dst, const RadioChannelsInUseInfo *src);
-/* Releases what rec holds: records hold no storage, so nothing. */
+/** Releases what rec holds: records hold no storage, so nothing. */
 void intfVelmor_RadioChannelsInUseInfo_clean(RadioChannelsInUseInfo *rec);
-/* The number of bytes that _serialize writes for rec. */
+/** The number of bytes that _serialize writes for rec. */
 uint32_t intfVelmor_RadioChannelsInUseInfo_serialize_lg(const RadioChannelsInUseInfo *rec);
-/* Writes rec's items at *pos and moves *pos past them. */
+/** Writes rec's items at *pos and moves *pos past them. */
 uint32_t intfVelmor_RadioChannelsInUseInfo_serialize(
     const RadioChannelsInUseInfo *rec, uint8_t **pos);
-/* Reads one record at *pos into rec, trusting item lengths; moves *pos. */
+/** Reads one record at *pos into rec, trusting item lengths; moves *pos. */
 uint32_t intfVelmor_RadioChannelsInUseInfo_unserialize(
     RadioChannelsInUseInfo *rec, const uint8_t **pos);
-/* The same, never reading at or past end. */
+/** The same, never reading at or past end. */
 uint32_t intfVelmor_RadioChannelsInUseInfo_unserialize_bounded(
     RadioChannelsInUseInfo *rec, const uint8_t **pos, const uint8_t *end);
 
+/** @} */
+
 /* ---- RadioInterferenceConfigStats --------------------------------------------------------- */
-/* Copies src to dst: texts bounded, arrays up to their bound. */
+/**
+ * @defgroup intfVelmor_rec_RadioInterferenceConfigStats RadioInterferenceConfigStats
+ * @ingroup intfVelmor_records_radio
+ * The operations of the record type @ref RadioInterferenceConfigStats.<br>
+ * @{
+ */
+/** Copies src to dst: texts bounded, arrays up to their bound. */
 uint32_t intfVelmor_RadioInterferenceConfigStats_copy(
     RadioInterferenceConfigStats *dst, const RadioInterferenceConfigStats *src);
-/* Releases what rec holds: records hold no storage, so nothing. */
+/** Releases what rec holds: records hold no storage, so nothing. */
 void intfVelmor_RadioInterferenceConfigStats_clean(RadioInterferenceConfigStats *rec);
-/* The number of bytes that _serialize writes for rec. */
+/** The number of bytes that _serialize writes for rec. */
 uint32_t intfVelmor_RadioInterferenceConfigStats_serialize_lg(
     const RadioInterferenceConfigStats *rec);
-/* Writes rec's items at *pos and moves *pos past them. */
+/** Writes rec's items at *pos and moves *pos past them. */
 uint32_t intfVelmor_RadioInterferenceConfigStats_serialize(
     const RadioInterferenceConfigStats *rec, uint8_t **pos);
-/* Reads one record at *pos into rec, trusting item lengths; moves *pos. */
+/** Reads one record at *pos into rec, trusting item lengths; moves *pos. */
 uint32_t intfVelmor_RadioInterferenceConfigStats_unserialize(
     RadioInterferenceConfigStats *rec, const uint8_t **pos);
-/* The same, never reading at or past end. */
+/** The same, never reading at or past end. */
 uint32_t intfVelmor_RadioInterferenceConfigStats_unserialize_bounded(
     RadioInterferenceConfigStats *rec, const uint8_t **pos, const uint8_t *end);
 
+/** @} */
+
 /* ---- RadioConfigStats --------------------------------------------------------------------- */
-/* Copies src to dst: texts bounded, arrays up to their bound. */
+/**
+ * @defgroup intfVelmor_rec_RadioConfigStats RadioConfigStats
+ * @ingroup intfVelmor_records_radio
+ * The operations of the record type @ref RadioConfigStats.<br>
+ * @{
+ */
+/** Copies src to dst: texts bounded, arrays up to their bound. */
 uint32_t intfVelmor_RadioConfigStats_copy(RadioConfigStats *dst, const RadioConfigStats *src);
-/* Releases what rec holds: records hold no storage, so nothing. */
+/** Releases what rec holds: records hold no storage, so nothing. */
 void intfVelmor_RadioConfigStats_clean(RadioConfigStats *rec);
-/* The number of bytes that _serialize writes for rec. */
+/** The number of bytes that _serialize writes for rec. */
 uint32_t intfVelmor_RadioConfigStats_serialize_lg(const RadioConfigStats *rec);
-/* Writes rec's items at *pos and moves *pos past them. */
+/** Writes rec's items at *pos and moves *pos past them. */
 uint32_t intfVelmor_RadioConfigStats_serialize(const RadioConfigStats *rec, uint8_t **pos);
-/* Reads one record at *pos into rec, trusting item lengths; moves *pos. */
+/** Reads one record at *pos into rec, trusting item lengths; moves *pos. */
 uint32_t intfVelmor_RadioConfigStats_unserialize(RadioConfigStats *rec, const uint8_t **pos);
-/* The same, never reading at or past end. */
+/** The same, never reading at or past end. */
 uint32_t intfVelmor_RadioConfigStats_unserialize_bounded(
     RadioConfigStats *rec, const uint8_t **pos, const uint8_t *end);
 
+/** @} */
+
 /* ---- ItfStats ----------------------------------------------------------------------------- */
-/* Copies src to dst: texts bounded, arrays up to their bound. */
+/**
+ * @defgroup intfVelmor_rec_ItfStats ItfStats
+ * @ingroup intfVelmor_records_radio
+ * The operations of the record type @ref ItfStats.<br>
+ * @{
+ */
+/** Copies src to dst: texts bounded, arrays up to their bound. */
 uint32_t intfVelmor_ItfStats_copy(ItfStats *dst, const ItfStats *src);
-/* Releases what rec holds: records hold no storage, so nothing. */
+/** Releases what rec holds: records hold no storage, so nothing. */
 void intfVelmor_ItfStats_clean(ItfStats *rec);
-/* The number of bytes that _serialize writes for rec. */
+/** The number of bytes that _serialize writes for rec. */
 uint32_t intfVelmor_ItfStats_serialize_lg(const ItfStats *rec);
-/* Writes rec's items at *pos and moves *pos past them. */
+/** Writes rec's items at *pos and moves *pos past them. */
 uint32_t intfVelmor_ItfStats_serialize(const ItfStats *rec, uint8_t **pos);
-/* Reads one record at *pos into rec, trusting item lengths; moves *pos. */
+/** Reads one record at *pos into rec, trusting item lengths; moves *pos. */
 uint32_t intfVelmor_ItfStats_unserialize(ItfStats *rec, const uint8_t **pos);
-/* The same, never reading at or past end. */
+/** The same, never reading at or past end. */
 uint32_t intfVelmor_ItfStats_unserialize_bounded(
     ItfStats *rec, const uint8_t **pos, const uint8_t *end);
 
+/** @} */
+/** @} */
+
 /* ==== Access-point, EP/AN and radio configuration record types ============================ */
+/**
+ * @defgroup intfVelmor_records_config Access-point, EP/AN and radio configuration
+ * @ingroup intfVelmor_records
+ * @{
+ */
 
 /* ---- MacDef ------------------------------------------------------------------------------- */
-/* Copies src to dst: texts bounded, arrays up to their bound. */
+/**
+ * @defgroup intfVelmor_rec_MacDef MacDef
+ * @ingroup intfVelmor_records_config
+ * The operations of the record type @ref MacDef.<br>
+ * @{
+ */
+/** Copies src to dst: texts bounded, arrays up to their bound. */
 uint32_t intfVelmor_MacDef_copy(MacDef *dst, const MacDef *src);
-/* Releases what rec holds: records hold no storage, so nothing. */
+/** Releases what rec holds: records hold no storage, so nothing. */
 void intfVelmor_MacDef_clean(MacDef *rec);
-/* The number of bytes that _serialize writes for rec. */
+/** The number of bytes that _serialize writes for rec. */
 uint32_t intfVelmor_MacDef_serialize_lg(const MacDef *rec);
-/* Writes rec's items at *pos and moves *pos past them. */
+/** Writes rec's items at *pos and moves *pos past them. */
 uint32_t intfVelmor_MacDef_serialize(const MacDef *rec, uint8_t **pos);
-/* Reads one record at *pos into rec, trusting item lengths; moves *pos. */
+/** Reads one record at *pos into rec, trusting item lengths; moves *pos. */
 uint32_t intfVelmor_MacDef_unserialize(MacDef *rec, const uint8_t **pos);
-/* The same, never reading at or past end. */
+/** The same, never reading at or past end. */
 uint32_t intfVelmor_MacDef_unserialize_bounded(
     MacDef *rec, const uint8_t **pos, const uint8_t *end);
 
+/** @} */
+
 /* ---- MacFilterList ------------------------------------------------------------------------ */
-/* Copies src to dst: texts bounded, arrays up to their bound. */
+/**
+ * @defgroup intfVelmor_rec_MacFilterList MacFilterList
+ * @ingroup intfVelmor_records_config
+ * The operations of the record type @ref MacFilterList.<br>
+ * @{
+ */
+/** Copies src to dst: texts bounded, arrays up to their bound. */
 uint32_t intfVelmor_MacFilterList_copy(MacFilterList *dst, const MacFilterList *src);
-/* Releases what rec holds: records hold no storage, so nothing. */
+/** Releases what rec holds: records hold no storage, so nothing. */
 void intfVelmor_MacFilterList_clean(MacFilterList *rec);
-/* The number of bytes that _serialize writes for rec. */
+/** The number of bytes that _serialize writes for rec. */
 uint32_t intfVelmor_MacFilterList_serialize_lg(const MacFilterList *rec);
-/* Writes rec's items at *pos and moves *pos past them. */
+/** Writes rec's items at *pos and moves *pos past them. */
 uint32_t intfVelmor_MacFilterList_serialize(const MacFilterList *rec, uint8_t **pos);
-/* Reads one record at *pos into rec, trusting item lengths; moves *pos. */
+/** Reads one record at *pos into rec, trusting item lengths; moves *pos. */
 uint32_t intfVelmor_MacFilterList_unserialize(MacFilterList *rec, const uint8_t **pos);
-/* The same, never reading at or past end. */
+/** The same, never reading at or past end. */
 uint32_t intfVelmor_MacFilterList_unserialize_bounded(
     MacFilterList *rec, const uint8_t **pos, const uint8_t *end);
 
+/** @} */
+
 /* ---- APWpsCfg ----------------------------------------------------------------------------- */
-/* Copies src to dst: texts bounded, arrays up to their bound. */
+/**
+ * @defgroup intfVelmor_rec_APWpsCfg APWpsCfg
+ * @ingroup intfVelmor_records_config
+ * The operations of the record type @ref APWpsCfg.<br>
+ * @{
+ */
+/** Copies src to dst: texts bounded, arrays up to their bound. */
 uint32_t intfVelmor_APWpsCfg_copy(APWpsCfg *dst, const APWpsCfg *src);
-/* Releases what rec holds: records hold no storage, so nothing. */
+/** Releases what rec holds: records hold no storage, so nothing. */
 void intfVelmor_APWpsCfg_clean(APWpsCfg *rec);
-/* The number of bytes that _serialize writes for rec. */
+/** The number of bytes that _serialize writes for rec. */
 uint32_t intfVelmor_APWpsCfg_serialize_lg(const APWpsCfg *rec);
-/* Writes rec's items at *pos and moves *pos past them. */
+/** Writes rec's items at *pos and moves *pos past them. */
 uint32_t intfVelmor_APWpsCfg_serialize(const APWpsCfg *rec, uint8_t **pos);
-/* Reads one record at *pos into rec, trusting item lengths; moves *pos. */
+/** Reads one record at *pos into rec, trusting item lengths; moves *pos. */
 uint32_t intfVelmor_APWpsCfg_unserialize(APWpsCfg *rec, const uint8_t **pos);
-/* The same, never reading at or past end. */
+/** The same, never reading at or past end. */
 uint32_t intfVelmor_APWpsCfg_unserialize_bounded(
     APWpsCfg *rec, const uint8_t **pos, const uint8_t *end);
 
+/** @} */
+
 /* ---- APBackHaulWPSCfg --------------------------------------------------------------------- */
-/* Copies src to dst: texts bounded, arrays up to their bound. */
+/**
+ * @defgroup intfVelmor_rec_APBackHaulWPSCfg APBackHaulWPSCfg
+ * @ingroup intfVelmor_records_config
+ * The operations of the record type @ref APBackHaulWPSCfg.<br>
+ * @{
+ */
+/** Copies src to dst: texts bounded, arrays up to their bound. */
 uint32_t intfVelmor_APBackHaulWPSCfg_copy(APBackHaulWPSCfg *dst, const APBackHaulWPSCfg *src);
-/* Releases what rec holds: records hold no storage, so nothing. */
+/** Releases what rec holds: records hold no storage, so nothing. */
 void intfVelmor_APBackHaulWPSCfg_clean(APBackHaulWPSCfg *rec);
-/* The number of bytes that _serialize writes for rec. */
+/** The number of bytes that _serialize writes for rec. */
 uint32_t intfVelmor_APBackHaulWPSCfg_serialize_lg(const APBackHaulWPSCfg *rec);
-/* Writes rec's items at *pos and moves *pos past them. */
+/** Writes rec's items at *pos and moves *pos past them. */
 uint32_t intfVelmor_APBackHaulWPSCfg_serialize(const APBackHaulWPSCfg *rec, uint8_t **pos);
-/* Reads one record at *pos into rec, trusting item lengths; moves *pos. */
+/** Reads one record at *pos into rec, trusting item lengths; moves *pos. */
 uint32_t intfVelmor_APBackHaulWPSCfg_unserialize(APBackHaulWPSCfg *rec, const uint8_t **pos);
-/* The same, never reading at or past end. */
+/** The same, never reading at or past end. */
 uint32_t intfVelmor_APBackHaulWPSCfg_unserialize_bounded(
     APBackHaulWPSCfg *rec, const uint8_t **pos, const uint8_t *end);
 
+/** @} */
+
 /* ---- APSecCfg ----------------------------------------------------------------------------- */
-/* Copies src to dst: texts bounded, arrays up to their bound. */
+/**
+ * @defgroup intfVelmor_rec_APSecCfg APSecCfg
+ * @ingroup intfVelmor_records_config
+ * The operations of the record type @ref APSecCfg.<br>
+ * @{
+ */
+/** Copies src to dst: texts bounded, arrays up to their bound. */
 uint32_t intfVelmor_APSecCfg_copy(APSecCfg *dst, const APSecCfg *src);
-/* Releases what rec holds: records hold no storage, so nothing. */
+/** Releases what rec holds: records hold no storage, so nothing. */
 void intfVelmor_APSecCfg_clean(APSecCfg *rec);
-/* The number of bytes that _serialize writes for rec. */
+/** The number of bytes that _serialize writes for rec. */
 uint32_t intfVelmor_APSecCfg_serialize_lg(const APSecCfg *rec);
-/* Writes rec's items at *pos and moves *pos past them. */
+/** Writes rec's items at *pos and moves *pos past them. */
 uint32_t intfVelmor_APSecCfg_serialize(const APSecCfg *rec, uint8_t **pos);
-/* Reads one record at *pos into rec, trusting item lengths; moves *pos. */
+/** Reads one record at *pos into rec, trusting item lengths; moves *pos. */
 uint32_t intfVelmor_APSecCfg_unserialize(APSecCfg *rec, const uint8_t **pos);
-/* The same, never reading at or past end. */
+/** The same, never reading at or past end. */
 uint32_t intfVelmor_APSecCfg_unserialize_bounded(
     APSecCfg *rec, const uint8_t **pos, const uint8_t *end);
 
+/** @} */
+
 /* ---- APAccCfg ----------------------------------------------------------------------------- */
-/* Copies src to dst: texts bounded, arrays up to their bound. */
+/**
+ * @defgroup intfVelmor_rec_APAccCfg APAccCfg
+ * @ingroup intfVelmor_records_config
+ * The operations of the record type @ref APAccCfg.<br>
+ * @{
+ */
+/** Copies src to dst: texts bounded, arrays up to their bound. */
 uint32_t intfVelmor_APAccCfg_copy(APAccCfg *dst, const APAccCfg *src);
-/* Releases what rec holds: records hold no storage, so nothing. */
+/** Releases what rec holds: records hold no storage, so nothing. */
 void intfVelmor_APAccCfg_clean(APAccCfg *rec);
-/* The number of bytes that _serialize writes for rec. */
+/** The number of bytes that _serialize writes for rec. */
 uint32_t intfVelmor_APAccCfg_serialize_lg(const APAccCfg *rec);
-/* Writes rec's items at *pos and moves *pos past them. */
+/** Writes rec's items at *pos and moves *pos past them. */
 uint32_t intfVelmor_APAccCfg_serialize(const APAccCfg *rec, uint8_t **pos);
-/* Reads one record at *pos into rec, trusting item lengths; moves *pos. */
+/** Reads one record at *pos into rec, trusting item lengths; moves *pos. */
 uint32_t intfVelmor_APAccCfg_unserialize(APAccCfg *rec, const uint8_t **pos);
-/* The same, never reading at or past end. */
+/** The same, never reading at or past end. */
 uint32_t intfVelmor_APAccCfg_unserialize_bounded(
     APAccCfg *rec, const uint8_t **pos, const uint8_t *end);
 
+/** @} */
+
 /* ---- BeaconRequestsCap -------------------------------------------------------------------- */
-/* Copies src to dst: texts bounded, arrays up to their bound. */
+/**
+ * @defgroup intfVelmor_rec_BeaconRequestsCap BeaconRequestsCap
+ * @ingroup intfVelmor_records_config
+ * The operations of the record type @ref BeaconRequestsCap.<br>
+ * @{
+ */
+/** Copies src to dst: texts bounded, arrays up to their bound. */
 uint32_t intfVelmor_BeaconRequestsCap_copy(BeaconRequestsCap *dst, const BeaconRequestsCap *src);
-/* Releases what rec holds: records hold no storage, so nothing. */
+/** Releases what rec holds: records hold no storage, so nothing. */
 void intfVelmor_BeaconRequestsCap_clean(BeaconRequestsCap *rec);
-/* The number of bytes that _serialize writes for rec. */
+/** The number of bytes that _serialize writes for rec. */
 uint32_t intfVelmor_BeaconRequestsCap_serialize_lg(const BeaconRequestsCap *rec);
-/* Writes rec's items at *pos and moves *pos past them. */
+/** Writes rec's items at *pos and moves *pos past them. */
 uint32_t intfVelmor_BeaconRequestsCap_serialize(const BeaconRequestsCap *rec, uint8_t **pos);
-/* Reads one record at *pos into rec, trusting item lengths; moves *pos. */
+/** Reads one record at *pos into rec, trusting item lengths; moves *pos. */
 uint32_t intfVelmor_BeaconRequestsCap_unserialize(BeaconRequestsCap *rec, const uint8_t **pos);
-/* The same, never reading at or past end. */
+/** The same, never reading at or past end. */
 uint32_t intfVelmor_BeaconRequestsCap_unserialize_bounded(
     BeaconRequestsCap *rec, const uint8_t **pos, const uint8_t *end);
 
+/** @} */
+
 /* ---- RadioMeasurements -------------------------------------------------------------------- */
-/* Copies src to dst: texts bounded, arrays up to their bound. */
+/**
+ * @defgroup intfVelmor_rec_RadioMeasurements RadioMeasurements
+ * @ingroup intfVelmor_records_config
+ * The operations of the record type @ref RadioMeasurements.<br>
+ * @{
+ */
+/** Copies src to dst: texts bounded, arrays up to their bound. */
 uint32_t intfVelmor_RadioMeasurements_copy(RadioMeasurements *dst, const RadioMeasurements *src);
-/* Releases what rec holds: records hold no storage, so nothing. */
+/** Releases what rec holds: records hold no storage, so nothing. */
 void intfVelmor_RadioMeasurements_clean(RadioMeasurements *rec);
-/* The number of bytes that _serialize writes for rec. */
+/** The number of bytes that _serialize writes for rec. */
 uint32_t intfVelmor_RadioMeasurements_serialize_lg(const RadioMeasurements *rec);
-/* Writes rec's items at *pos and moves *pos past them. */
+/** Writes rec's items at *pos and moves *pos past them. */
 uint32_t intfVelmor_RadioMeasurements_serialize(const RadioMeasurements *rec, uint8_t **pos);
-/* Reads one record at *pos into rec, trusting item lengths; moves *pos. */
+/** Reads one record at *pos into rec, trusting item lengths; moves *pos. */
 uint32_t intfVelmor_RadioMeasurements_unserialize(RadioMeasurements *rec, const uint8_t **pos);
-/* The same, never reading at or past end. */
+/** The same, never reading at or past end. */
 uint32_t intfVelmor_RadioMeasurements_unserialize_bounded(
     RadioMeasurements *rec, const uint8_t **pos, const uint8_t *end);
 
+/** @} */
+
 /* ---- APCfg -------------------------------------------------------------------------------- */
-/* Copies src to dst: texts bounded, arrays up to their bound. */
+/**
+ * @defgroup intfVelmor_rec_APCfg APCfg
+ * @ingroup intfVelmor_records_config
+ * The operations of the record type @ref APCfg.<br>
+ * @{
+ */
+/** Copies src to dst: texts bounded, arrays up to their bound. */
 uint32_t intfVelmor_APCfg_copy(APCfg *dst, const APCfg *src);
-/* Releases what rec holds: records hold no storage, so nothing. */
+/** Releases what rec holds: records hold no storage, so nothing. */
 void intfVelmor_APCfg_clean(APCfg *rec);
-/* The number of bytes that _serialize writes for rec. */
+/** The number of bytes that _serialize writes for rec. */
 uint32_t intfVelmor_APCfg_serialize_lg(const APCfg *rec);
-/* Writes rec's items at *pos and moves *pos past them. */
+/** Writes rec's items at *pos and moves *pos past them. */
 uint32_t intfVelmor_APCfg_serialize(const APCfg *rec, uint8_t **pos);
-/* Reads one record at *pos into rec, trusting item lengths; moves *pos. */
+/** Reads one record at *pos into rec, trusting item lengths; moves *pos. */
 uint32_t intfVelmor_APCfg_unserialize(APCfg *rec, const uint8_t **pos);
-/* The same, never reading at or past end. */
+/** The same, never reading at or past end. */
 uint32_t intfVelmor_APCfg_unserialize_bounded(APCfg *rec, const uint8_t **pos, const uint8_t *end);
 
+/** @} */
+
 /* ---- APCfgRet ----------------------------------------------------------------------------- */
-/* Copies src to dst: texts bounded, arrays up to their bound. */
+/**
+ * @defgroup intfVelmor_rec_APCfgRet APCfgRet
+ * @ingroup intfVelmor_records_config
+ * The operations of the record type @ref APCfgRet.<br>
+ * @{
+ */
+/** Copies src to dst: texts bounded, arrays up to their bound. */
 uint32_t intfVelmor_APCfgRet_copy(APCfgRet *dst, const APCfgRet *src);
-/* Releases what rec holds: records hold no storage, so nothing. */
+/** Releases what rec holds: records hold no storage, so nothing. */
 void intfVelmor_APCfgRet_clean(APCfgRet *rec);
-/* The number of bytes that _serialize writes for rec. */
+/** The number of bytes that _serialize writes for rec. */
 uint32_t intfVelmor_APCfgRet_serialize_lg(const APCfgRet *rec);
-/* Writes rec's items at *pos and moves *pos past them. */
+/** Writes rec's items at *pos and moves *pos past them. */
 uint32_t intfVelmor_APCfgRet_serialize(const APCfgRet *rec, uint8_t **pos);
-/* Reads one record at *pos into rec, trusting item lengths; moves *pos. */
+/** Reads one record at *pos into rec, trusting item lengths; moves *pos. */
 uint32_t intfVelmor_APCfgRet_unserialize(APCfgRet *rec, const uint8_t **pos);
-/* The same, never reading at or past end. */
+/** The same, never reading at or past end. */
 uint32_t intfVelmor_APCfgRet_unserialize_bounded(
     APCfgRet *rec, const uint8_t **pos, const uint8_t *end);
 
+/** @} */
+
 /* ---- APCapacity --------------------------------------------------------------------------- */
-/* Copies src to dst: texts bounded, arrays up to their bound. */
+/**
+ * @defgroup intfVelmor_rec_APCapacity APCapacity
+ * @ingroup intfVelmor_records_config
+ * The operations of the record type @ref APCapacity.<br>
+ * @{
+ */
+/** Copies src to dst: texts bounded, arrays up to their bound. */
 uint32_t intfVelmor_APCapacity_copy(APCapacity *dst, const APCapacity *src);
-/* Releases what rec holds: records hold no storage, so nothing. */
+/** Releases what rec holds: records hold no storage, so nothing. */
 void intfVelmor_APCapacity_clean(APCapacity *rec);
-/* The number of bytes that _serialize writes for rec. */
+/** The number of bytes that _serialize writes for rec. */
 uint32_t intfVelmor_APCapacity_serialize_lg(const APCapacity *rec);
-/* Writes rec's items at *pos and moves *pos past them. */
+/** Writes rec's items at *pos and moves *pos past them. */
 uint32_t intfVelmor_APCapacity_serialize(const APCapacity *rec, uint8_t **pos);
-/* Reads one record at *pos into rec, trusting item lengths; moves *pos. */
+/** Reads one record at *pos into rec, trusting item lengths; moves *pos. */
 uint32_t intfVelmor_APCapacity_unserialize(APCapacity *rec, const uint8_t **pos);
-/* The same, never reading at or past end. */
+/** The same, never reading at or past end. */
 uint32_t intfVelmor_APCapacity_unserialize_bounded(
     APCapacity *rec, const uint8_t **pos, const uint8_t *end);
 
+/** @} */
+
 /* ---- EPCapacity --------------------------------------------------------------------------- */
-/* Copies src to dst: texts bounded, arrays up to their bound. */
+/**
+ * @defgroup intfVelmor_rec_EPCapacity EPCapacity
+ * @ingroup intfVelmor_records_config
+ * The operations of the record type @ref EPCapacity.<br>
+ * @{
+ */
+/** Copies src to dst: texts bounded, arrays up to their bound. */
 uint32_t intfVelmor_EPCapacity_copy(EPCapacity *dst, const EPCapacity *src);
-/* Releases what rec holds: records hold no storage, so nothing. */
+/** Releases what rec holds: records hold no storage, so nothing. */
 void intfVelmor_EPCapacity_clean(EPCapacity *rec);
-/* The number of bytes that _serialize writes for rec. */
+/** The number of bytes that _serialize writes for rec. */
 uint32_t intfVelmor_EPCapacity_serialize_lg(const EPCapacity *rec);
-/* Writes rec's items at *pos and moves *pos past them. */
+/** Writes rec's items at *pos and moves *pos past them. */
 uint32_t intfVelmor_EPCapacity_serialize(const EPCapacity *rec, uint8_t **pos);
-/* Reads one record at *pos into rec, trusting item lengths; moves *pos. */
+/** Reads one record at *pos into rec, trusting item lengths; moves *pos. */
 uint32_t intfVelmor_EPCapacity_unserialize(EPCapacity *rec, const uint8_t **pos);
-/* The same, never reading at or past end. */
+/** The same, never reading at or past end. */
 uint32_t intfVelmor_EPCapacity_unserialize_bounded(
     EPCapacity *rec, const uint8_t **pos, const uint8_t *end);
 
+/** @} */
+
 /* ---- ANCapacity --------------------------------------------------------------------------- */
-/* Copies src to dst: texts bounded, arrays up to their bound. */
+/**
+ * @defgroup intfVelmor_rec_ANCapacity ANCapacity
+ * @ingroup intfVelmor_records_config
+ * The operations of the record type @ref ANCapacity.<br>
+ * @{
+ */
+/** Copies src to dst: texts bounded, arrays up to their bound. */
 uint32_t intfVelmor_ANCapacity_copy(ANCapacity *dst, const ANCapacity *src);
-/* Releases what rec holds: records hold no storage, so nothing. */
+/** Releases what rec holds: records hold no storage, so nothing. */
 void intfVelmor_ANCapacity_clean(ANCapacity *rec);
-/* The number of bytes that _serialize writes for rec. */
+/** The number of bytes that _serialize writes for rec. */
 uint32_t intfVelmor_ANCapacity_serialize_lg(const ANCapacity *rec);
-/* Writes rec's items at *pos and moves *pos past them. */
+/** Writes rec's items at *pos and moves *pos past them. */
 uint32_t intfVelmor_ANCapacity_serialize(const ANCapacity *rec, uint8_t **pos);
-/* Reads one record at *pos into rec, trusting item lengths; moves *pos. */
+/** Reads one record at *pos into rec, trusting item lengths; moves *pos. */
 uint32_t intfVelmor_ANCapacity_unserialize(ANCapacity *rec, const uint8_t **pos);
-/* The same, never reading at or past end. */
+/** The same, never reading at or past end. */
 uint32_t intfVelmor_ANCapacity_unserialize_bounded(
     ANCapacity *rec, const uint8_t **pos, const uint8_t *end);
 
+/** @} */
+
 /* ---- EPSecCfg ----------------------------------------------------------------------------- */
-/* Copies src to dst: texts bounded, arrays up to their bound. */
+/**
+ * @defgroup intfVelmor_rec_EPSecCfg EPSecCfg
+ * @ingroup intfVelmor_records_config
+ * The operations of the record type @ref EPSecCfg.<br>
+ * @{
+ */
+/** Copies src to dst: texts bounded, arrays up to their bound. */
 uint32_t intfVelmor_EPSecCfg_copy(EPSecCfg *dst, const EPSecCfg *src);
-/* Releases what rec holds: records hold no storage, so nothing. */
+/** Releases what rec holds: records hold no storage, so nothing. */
 void intfVelmor_EPSecCfg_clean(EPSecCfg *rec);
-/* The number of bytes that _serialize writes for rec. */
+/** The number of bytes that _serialize writes for rec. */
 uint32_t intfVelmor_EPSecCfg_serialize_lg(const EPSecCfg *rec);
-/* Writes rec's items at *pos and moves *pos past them. */
+/** Writes rec's items at *pos and moves *pos past them. */
 uint32_t intfVelmor_EPSecCfg_serialize(const EPSecCfg *rec, uint8_t **pos);
-/* Reads one record at *pos into rec, trusting item lengths; moves *pos. */
+/** Reads one record at *pos into rec, trusting item lengths; moves *pos. */
 uint32_t intfVelmor_EPSecCfg_unserialize(EPSecCfg *rec, const uint8_t **pos);
-/* The same, never reading at or past end. */
+/** The same, never reading at or past end. */
 uint32_t intfVelmor_EPSecCfg_unserialize_bounded(
     EPSecCfg *rec, const uint8_t **pos, const uint8_t *end);
 
+/** @} */
+
 /* ---- ANSecCfg ----------------------------------------------------------------------------- */
-/* Copies src to dst: texts bounded, arrays up to their bound. */
+/**
+ * @defgroup intfVelmor_rec_ANSecCfg ANSecCfg
+ * @ingroup intfVelmor_records_config
+ * The operations of the record type @ref ANSecCfg.<br>
+ * @{
+ */
+/** Copies src to dst: texts bounded, arrays up to their bound. */
 uint32_t intfVelmor_ANSecCfg_copy(ANSecCfg *dst, const ANSecCfg *src);
-/* Releases what rec holds: records hold no storage, so nothing. */
+/** Releases what rec holds: records hold no storage, so nothing. */
 void intfVelmor_ANSecCfg_clean(ANSecCfg *rec);
-/* The number of bytes that _serialize writes for rec. */
+/** The number of bytes that _serialize writes for rec. */
 uint32_t intfVelmor_ANSecCfg_serialize_lg(const ANSecCfg *rec);
-/* Writes rec's items at *pos and moves *pos past them. */
+/** Writes rec's items at *pos and moves *pos past them. */
 uint32_t intfVelmor_ANSecCfg_serialize(const ANSecCfg *rec, uint8_t **pos);
-/* Reads one record at *pos into rec, trusting item lengths; moves *pos. */
+/** Reads one record at *pos into rec, trusting item lengths; moves *pos. */
 uint32_t intfVelmor_ANSecCfg_unserialize(ANSecCfg *rec, const uint8_t **pos);
-/* The same, never reading at or past end. */
+/** The same, never reading at or past end. */
 uint32_t intfVelmor_ANSecCfg_unserialize_bounded(
     ANSecCfg *rec, const uint8_t **pos, const uint8_t *end);
 
+/** @} */
+
 /* ---- EPCfg -------------------------------------------------------------------------------- */
-/* Copies src to dst: texts bounded, arrays up to their bound. */
+/**
+ * @defgroup intfVelmor_rec_EPCfg EPCfg
+ * @ingroup intfVelmor_records_config
+ * The operations of the record type @ref EPCfg.<br>
+ * @{
+ */
+/** Copies src to dst: texts bounded, arrays up to their bound. */
 uint32_t intfVelmor_EPCfg_copy(EPCfg *dst, const EPCfg *src);
-/* Releases what rec holds: records hold no storage, so nothing. */
+/** Releases what rec holds: records hold no storage, so nothing. */
 void intfVelmor_EPCfg_clean(EPCfg *rec);
-/* The number of bytes that _serialize writes for rec. */
+/** The number of bytes that _serialize writes for rec. */
 uint32_t intfVelmor_EPCfg_serialize_lg(const EPCfg *rec);
-/* Writes rec's items at *pos and moves *pos past them. */
+/** Writes rec's items at *pos and moves *pos past them. */
 uint32_t intfVelmor_EPCfg_serialize(const EPCfg *rec, uint8_t **pos);
-/* Reads one record at *pos into rec, trusting item lengths; moves *pos. */
+/** Reads one record at *pos into rec, trusting item lengths; moves *pos. */
 uint32_t intfVelmor_EPCfg_unserialize(EPCfg *rec, const uint8_t **pos);
-/* The same, never reading at or past end. */
+/** The same, never reading at or past end. */
 uint32_t intfVelmor_EPCfg_unserialize_bounded(EPCfg *rec, const uint8_t **pos, const uint8_t *end);
 
+/** @} */
+
 /* ---- ANCfg -------------------------------------------------------------------------------- */
-/* Copies src to dst: texts bounded, arrays up to their bound. */
+/**
+ * @defgroup intfVelmor_rec_ANCfg ANCfg
+ * @ingroup intfVelmor_records_config
+ * The operations of the record type @ref ANCfg.<br>
+ * @{
+ */
+/** Copies src to dst: texts bounded, arrays up to their bound. */
 uint32_t intfVelmor_ANCfg_copy(ANCfg *dst, const ANCfg *src);
-/* Releases what rec holds: records hold no storage, so nothing. */
+/** Releases what rec holds: records hold no storage, so nothing. */
 void intfVelmor_ANCfg_clean(ANCfg *rec);
-/* The number of bytes that _serialize writes for rec. */
+/** The number of bytes that _serialize writes for rec. */
 uint32_t intfVelmor_ANCfg_serialize_lg(const ANCfg *rec);
-/* Writes rec's items at *pos and moves *pos past them. */
+/** Writes rec's items at *pos and moves *pos past them. */
 uint32_t intfVelmor_ANCfg_serialize(const ANCfg *rec, uint8_t **pos);
-/* Reads one record at *pos into rec, trusting item lengths; moves *pos. */
+/** Reads one record at *pos into rec, trusting item lengths; moves *pos. */
 uint32_t intfVelmor_ANCfg_unserialize(ANCfg *rec, const uint8_t **pos);
-/* The same, never reading at or past end. */
+/** The same, never reading at or past end. */
 uint32_t intfVelmor_ANCfg_unserialize_bounded(ANCfg *rec, const uint8_t **pos, const uint8_t *end);
 
+/** @} */
+
 /* ---- RadioCfg ----------------------------------------------------------------------------- */
-/* Copies src to dst: texts bounded, arrays up to their bound. */
+/**
+ * @defgroup intfVelmor_rec_RadioCfg RadioCfg
+ * @ingroup intfVelmor_records_config
+ * The operations of the record type @ref RadioCfg.<br>
+ * @{
+ */
+/** Copies src to dst: texts bounded, arrays up to their bound. */
 uint32_t intfVelmor_RadioCfg_copy(RadioCfg *dst, const RadioCfg *src);
-/* Releases what rec holds: records hold no storage, so nothing. */
+/** Releases what rec holds: records hold no storage, so nothing. */
 void intfVelmor_RadioCfg_clean(RadioCfg *rec);
-/* The number of bytes that _serialize writes for rec. */
+/** The number of bytes that _serialize writes for rec. */
 uint32_t intfVelmor_RadioCfg_serialize_lg(const RadioCfg *rec);
-/* Writes rec's items at *pos and moves *pos past them. */
+/** Writes rec's items at *pos and moves *pos past them. */
 uint32_t intfVelmor_RadioCfg_serialize(const RadioCfg *rec, uint8_t **pos);
-/* Reads one record at *pos into rec, trusting item lengths; moves *pos. */
+/** Reads one record at *pos into rec, trusting item lengths; moves *pos. */
 uint32_t intfVelmor_RadioCfg_unserialize(RadioCfg *rec, const uint8_t **pos);
-/* The same, never reading at or past end. */
+/** The same, never reading at or past end. */
 uint32_t intfVelmor_RadioCfg_unserialize_bounded(
     RadioCfg *rec, const uint8_t **pos, const uint8_t *end);
 
+/** @} */
+/** @} */
+
 /* ==== Station, BSS transition, measurement and band-steering record types ================= */
+/**
+ * @defgroup intfVelmor_records_station Station, BSS transition, measurement and band-steering
+ * @ingroup intfVelmor_records
+ * @{
+ */
 
 /* ---- assocDevDescr ------------------------------------------------------------------------ */
-/* Copies src to dst: texts bounded, arrays up to their bound. */
+/**
+ * @defgroup intfVelmor_rec_assocDevDescr assocDevDescr
+ * @ingroup intfVelmor_records_station
+ * The operations of the record type @ref assocDevDescr.<br>
+ * @{
+ */
+/** Copies src to dst: texts bounded, arrays up to their bound. */
 uint32_t intfVelmor_assocDevDescr_copy(assocDevDescr *dst, const assocDevDescr *src);
-/* Releases what rec holds: records hold no storage, so nothing. */
+/** Releases what rec holds: records hold no storage, so nothing. */
 void intfVelmor_assocDevDescr_clean(assocDevDescr *rec);
-/* The number of bytes that _serialize writes for rec. */
+/** The number of bytes that _serialize writes for rec. */
 uint32_t intfVelmor_assocDevDescr_serialize_lg(const assocDevDescr *rec);
-/* Writes rec's items at *pos and moves *pos past them. */
+/** Writes rec's items at *pos and moves *pos past them. */
 uint32_t intfVelmor_assocDevDescr_serialize(const assocDevDescr *rec, uint8_t **pos);
-/* Reads one record at *pos into rec, trusting item lengths; moves *pos. */
+/** Reads one record at *pos into rec, trusting item lengths; moves *pos. */
 uint32_t intfVelmor_assocDevDescr_unserialize(assocDevDescr *rec, const uint8_t **pos);
-/* The same, never reading at or past end. */
+/** The same, never reading at or past end. */
 uint32_t intfVelmor_assocDevDescr_unserialize_bounded(
     assocDevDescr *rec, const uint8_t **pos, const uint8_t *end);
 
+/** @} */
+
 /* ---- assocDevListReq ---------------------------------------------------------------------- */
-/* Copies src to dst: texts bounded, arrays up to their bound. */
+/**
+ * @defgroup intfVelmor_rec_assocDevListReq assocDevListReq
+ * @ingroup intfVelmor_records_station
+ * The operations of the record type @ref assocDevListReq.<br>
+ * @{
+ */
+/** Copies src to dst: texts bounded, arrays up to their bound. */
 uint32_t intfVelmor_assocDevListReq_copy(assocDevListReq *dst, const assocDevListReq *src);
-/* Releases what rec holds: records hold no storage, so nothing. */
+/** Releases what rec holds: records hold no storage, so nothing. */
 void intfVelmor_assocDevListReq_clean(assocDevListReq *rec);
-/* The number of bytes that _serialize writes for rec. */
+/** The number of bytes that _serialize writes for rec. */
 uint32_t intfVelmor_assocDevListReq_serialize_lg(const assocDevListReq *rec);
-/* Writes rec's items at *pos and moves *pos past them. */
+/** Writes rec's items at *pos and moves *pos past them. */
 uint32_t intfVelmor_assocDevListReq_serialize(const assocDevListReq *rec, uint8_t **pos);
-/* Reads one record at *pos into rec, trusting item lengths; moves *pos. */
+/** Reads one record at *pos into rec, trusting item lengths; moves *pos. */
 uint32_t intfVelmor_assocDevListReq_unserialize(assocDevListReq *rec, const uint8_t **pos);
-/* The same, never reading at or past end. */
+/** The same, never reading at or past end. */
 uint32_t intfVelmor_assocDevListReq_unserialize_bounded(
     assocDevListReq *rec, const uint8_t **pos, const uint8_t *end);
 
+/** @} */
+
 /* ---- assocDevStats ------------------------------------------------------------------------ */
-/* Copies src to dst: texts bounded, arrays up to their bound. */
+/**
+ * @defgroup intfVelmor_rec_assocDevStats assocDevStats
+ * @ingroup intfVelmor_records_station
+ * The operations of the record type @ref assocDevStats.<br>
+ * @{
+ */
+/** Copies src to dst: texts bounded, arrays up to their bound. */
 uint32_t intfVelmor_assocDevStats_copy(assocDevStats *dst, const assocDevStats *src);
-/* Releases what rec holds: records hold no storage, so nothing. */
+/** Releases what rec holds: records hold no storage, so nothing. */
 void intfVelmor_assocDevStats_clean(assocDevStats *rec);
-/* The number of bytes that _serialize writes for rec. */
+/** The number of bytes that _serialize writes for rec. */
 uint32_t intfVelmor_assocDevStats_serialize_lg(const assocDevStats *rec);
-/* Writes rec's items at *pos and moves *pos past them. */
+/** Writes rec's items at *pos and moves *pos past them. */
 uint32_t intfVelmor_assocDevStats_serialize(const assocDevStats *rec, uint8_t **pos);
-/* Reads one record at *pos into rec, trusting item lengths; moves *pos. */
+/** Reads one record at *pos into rec, trusting item lengths; moves *pos. */
 uint32_t intfVelmor_assocDevStats_unserialize(assocDevStats *rec, const uint8_t **pos);
-/* The same, never reading at or past end. */
+/** The same, never reading at or past end. */
 uint32_t intfVelmor_assocDevStats_unserialize_bounded(
     assocDevStats *rec, const uint8_t **pos, const uint8_t *end);
 
+/** @} */
+
 /* ---- assocDevInfo ------------------------------------------------------------------------- */
-/* Copies src to dst: texts bounded, arrays up to their bound. */
+/**
+ * @defgroup intfVelmor_rec_assocDevInfo assocDevInfo
+ * @ingroup intfVelmor_records_station
+ * The operations of the record type @ref assocDevInfo.<br>
+ * @{
+ */
+/** Copies src to dst: texts bounded, arrays up to their bound. */
 uint32_t intfVelmor_assocDevInfo_copy(assocDevInfo *dst, const assocDevInfo *src);
-/* Releases what rec holds: records hold no storage, so nothing. */
+/** Releases what rec holds: records hold no storage, so nothing. */
 void intfVelmor_assocDevInfo_clean(assocDevInfo *rec);
-/* The number of bytes that _serialize writes for rec. */
+/** The number of bytes that _serialize writes for rec. */
 uint32_t intfVelmor_assocDevInfo_serialize_lg(const assocDevInfo *rec);
-/* Writes rec's items at *pos and moves *pos past them. */
+/** Writes rec's items at *pos and moves *pos past them. */
 uint32_t intfVelmor_assocDevInfo_serialize(const assocDevInfo *rec, uint8_t **pos);
-/* Reads one record at *pos into rec, trusting item lengths; moves *pos. */
+/** Reads one record at *pos into rec, trusting item lengths; moves *pos. */
 uint32_t intfVelmor_assocDevInfo_unserialize(assocDevInfo *rec, const uint8_t **pos);
-/* The same, never reading at or past end. */
+/** The same, never reading at or past end. */
 uint32_t intfVelmor_assocDevInfo_unserialize_bounded(
     assocDevInfo *rec, const uint8_t **pos, const uint8_t *end);
 
+/** @} */
+
 /* ---- assocDevListRet ---------------------------------------------------------------------- */
-/* Copies src to dst: texts bounded, arrays up to their bound. */
+/**
+ * @defgroup intfVelmor_rec_assocDevListRet assocDevListRet
+ * @ingroup intfVelmor_records_station
+ * The operations of the record type @ref assocDevListRet.<br>
+ * @{
+ */
+/** Copies src to dst: texts bounded, arrays up to their bound. */
 uint32_t intfVelmor_assocDevListRet_copy(assocDevListRet *dst, const assocDevListRet *src);
-/* Releases what rec holds: records hold no storage, so nothing. */
+/** Releases what rec holds: records hold no storage, so nothing. */
 void intfVelmor_assocDevListRet_clean(assocDevListRet *rec);
-/* The number of bytes that _serialize writes for rec. */
+/** The number of bytes that _serialize writes for rec. */
 uint32_t intfVelmor_assocDevListRet_serialize_lg(const assocDevListRet *rec);
-/* Writes rec's items at *pos and moves *pos past them. */
+/** Writes rec's items at *pos and moves *pos past them. */
 uint32_t intfVelmor_assocDevListRet_serialize(const assocDevListRet *rec, uint8_t **pos);
-/* Reads one record at *pos into rec, trusting item lengths; moves *pos. */
+/** Reads one record at *pos into rec, trusting item lengths; moves *pos. */
 uint32_t intfVelmor_assocDevListRet_unserialize(assocDevListRet *rec, const uint8_t **pos);
-/* The same, never reading at or past end. */
+/** The same, never reading at or past end. */
 uint32_t intfVelmor_assocDevListRet_unserialize_bounded(
     assocDevListRet *rec, const uint8_t **pos, const uint8_t *end);
 
+/** @} */
+
 /* ---- ProbeRequestRxInfo ------------------------------------------------------------------- */
-/* Copies src to dst: texts bounded, arrays up to their bound. */
+/**
+ * @defgroup intfVelmor_rec_ProbeRequestRxInfo ProbeRequestRxInfo
+ * @ingroup intfVelmor_records_station
+ * The operations of the record type @ref ProbeRequestRxInfo.<br>
+ * @{
+ */
+/** Copies src to dst: texts bounded, arrays up to their bound. */
 uint32_t intfVelmor_ProbeRequestRxInfo_copy(ProbeRequestRxInfo *dst, const ProbeRequestRxInfo *src);
-/* Releases what rec holds: records hold no storage, so nothing. */
+/** Releases what rec holds: records hold no storage, so nothing. */
 void intfVelmor_ProbeRequestRxInfo_clean(ProbeRequestRxInfo *rec);
-/* The number of bytes that _serialize writes for rec. */
+/** The number of bytes that _serialize writes for rec. */
 uint32_t intfVelmor_ProbeRequestRxInfo_serialize_lg(const ProbeRequestRxInfo *rec);
-/* Writes rec's items at *pos and moves *pos past them. */
+/** Writes rec's items at *pos and moves *pos past them. */
 uint32_t intfVelmor_ProbeRequestRxInfo_serialize(const ProbeRequestRxInfo *rec, uint8_t **pos);
-/* Reads one record at *pos into rec, trusting item lengths; moves *pos. */
+/** Reads one record at *pos into rec, trusting item lengths; moves *pos. */
 uint32_t intfVelmor_ProbeRequestRxInfo_unserialize(ProbeRequestRxInfo *rec, const uint8_t **pos);
-/* The same, never reading at or past end. */
+/** The same, never reading at or past end. */
 uint32_t intfVelmor_ProbeRequestRxInfo_unserialize_bounded(
     ProbeRequestRxInfo *rec, const uint8_t **pos, const uint8_t *end);
 
+/** @} */
+
 /* ---- ProbeRequestList --------------------------------------------------------------------- */
-/* Copies src to dst: texts bounded, arrays up to their bound. */
+/**
+ * @defgroup intfVelmor_rec_ProbeRequestList ProbeRequestList
+ * @ingroup intfVelmor_records_station
+ * The operations of the record type @ref ProbeRequestList.<br>
+ * @{
+ */
+/** Copies src to dst: texts bounded, arrays up to their bound. */
 uint32_t intfVelmor_ProbeRequestList_copy(ProbeRequestList *dst, const ProbeRequestList *src);
-/* Releases what rec holds: records hold no storage, so nothing. */
+/** Releases what rec holds: records hold no storage, so nothing. */
 void intfVelmor_ProbeRequestList_clean(ProbeRequestList *rec);
-/* The number of bytes that _serialize writes for rec. */
+/** The number of bytes that _serialize writes for rec. */
 uint32_t intfVelmor_ProbeRequestList_serialize_lg(const ProbeRequestList *rec);
-/* Writes rec's items at *pos and moves *pos past them. */
+/** Writes rec's items at *pos and moves *pos past them. */
 uint32_t intfVelmor_ProbeRequestList_serialize(const ProbeRequestList *rec, uint8_t **pos);
-/* Reads one record at *pos into rec, trusting item lengths; moves *pos. */
+/** Reads one record at *pos into rec, trusting item lengths; moves *pos. */
 uint32_t intfVelmor_ProbeRequestList_unserialize(ProbeRequestList *rec, const uint8_t **pos);
-/* The same, never reading at or past end. */
+/** The same, never reading at or past end. */
 uint32_t intfVelmor_ProbeRequestList_unserialize_bounded(
     ProbeRequestList *rec, const uint8_t **pos, const uint8_t *end);
 
+/** @} */
+
 /* ---- LowRSSINtf --------------------------------------------------------------------------- */
-/* Copies src to dst: texts bounded, arrays up to their bound. */
+/**
+ * @defgroup intfVelmor_rec_LowRSSINtf LowRSSINtf
+ * @ingroup intfVelmor_records_station
+ * The operations of the record type @ref LowRSSINtf.<br>
+ * @{
+ */
+/** Copies src to dst: texts bounded, arrays up to their bound. */
 uint32_t intfVelmor_LowRSSINtf_copy(LowRSSINtf *dst, const LowRSSINtf *src);
-/* Releases what rec holds: records hold no storage, so nothing. */
+/** Releases what rec holds: records hold no storage, so nothing. */
 void intfVelmor_LowRSSINtf_clean(LowRSSINtf *rec);
-/* The number of bytes that _serialize writes for rec. */
+/** The number of bytes that _serialize writes for rec. */
 uint32_t intfVelmor_LowRSSINtf_serialize_lg(const LowRSSINtf *rec);
-/* Writes rec's items at *pos and moves *pos past them. */
+/** Writes rec's items at *pos and moves *pos past them. */
 uint32_t intfVelmor_LowRSSINtf_serialize(const LowRSSINtf *rec, uint8_t **pos);
-/* Reads one record at *pos into rec, trusting item lengths; moves *pos. */
+/** Reads one record at *pos into rec, trusting item lengths; moves *pos. */
 uint32_t intfVelmor_LowRSSINtf_unserialize(LowRSSINtf *rec, const uint8_t **pos);
-/* The same, never reading at or past end. */
+/** The same, never reading at or past end. */
 uint32_t intfVelmor_LowRSSINtf_unserialize_bounded(
     LowRSSINtf *rec, const uint8_t **pos, const uint8_t *end);
 
+/** @} */
+
 /* ---- bssTransitionCandidateList ----------------------------------------------------------- */
-/* Copies src to dst: texts bounded, arrays up to their bound. */
+/**
+ * @defgroup intfVelmor_rec_bssTransitionCandidateList bssTransitionCandidateList
+ * @ingroup intfVelmor_records_station
+ * The operations of the record type @ref bssTransitionCandidateList.<br>
+ * @{
+ */
+/** Copies src to dst: texts bounded, arrays up to their bound. */
 uint32_t intfVelmor_bssTransitionCandidateList_copy(
     bssTransitionCandidateList *dst, const bssTransitionCandidateList *src);
-/* Releases what rec holds: records hold no storage, so nothing. */
+/** Releases what rec holds: records hold no storage, so nothing. */
 void intfVelmor_bssTransitionCandidateList_clean(bssTransitionCandidateList *rec);
-/* The number of bytes that _serialize writes for rec. */
+/** The number of bytes that _serialize writes for rec. */
 uint32_t intfVelmor_bssTransitionCandidateList_serialize_lg(const bssTransitionCandidateList *rec);
-/* Writes rec's items at *pos and moves *pos past them. */
+/** Writes rec's items at *pos and moves *pos past them. */
 uint32_t intfVelmor_bssTransitionCandidateList_serialize(
     const bssTransitionCandidateList *rec, uint8_t **pos);
-/* Reads one record at *pos into rec, trusting item lengths; moves *pos. */
+/** Reads one record at *pos into rec, trusting item lengths; moves *pos. */
 uint32_t intfVelmor_bssTransitionCandidateList_unserialize(
     bssTransitionCandidateList *rec, const uint8_t **pos);
-/* The same, never reading at or past end. */
+/** The same, never reading at or past end. */
 uint32_t intfVelmor_bssTransitionCandidateList_unserialize_bounded(
     bssTransitionCandidateList *rec, const uint8_t **pos, const uint8_t *end);
 
+/** @} */
+
 /* ---- bssTransitionActionFrame ------------------------------------------------------------- */
-/* Copies src to dst: texts bounded, arrays up to their bound. */
+/**
+ * @defgroup intfVelmor_rec_bssTransitionActionFrame bssTransitionActionFrame
+ * @ingroup intfVelmor_records_station
+ * The operations of the record type @ref bssTransitionActionFrame.<br>
+ * @{
+ */
+/** Copies src to dst: texts bounded, arrays up to their bound. */
 uint32_t intfVelmor_bssTransitionActionFrame_copy(
     bssTransitionActionFrame *dst, const bssTransitionActionFrame *src);
-/* Releases what rec holds: records hold no storage, so nothing. */
+/** Releases what rec holds: records hold no storage, so nothing. */
 void intfVelmor_bssTransitionActionFrame_clean(bssTransitionActionFrame *rec);
-/* The number of bytes that _serialize writes for rec. */
+/** The number of bytes that _serialize writes for rec. */
 uint32_t intfVelmor_bssTransitionActionFrame_serialize_lg(const bssTransitionActionFrame *rec);
-/* Writes rec's items at *pos and moves *pos past them. */
+/** Writes rec's items at *pos and moves *pos past them. */
 uint32_t intfVelmor_bssTransitionActionFrame_serialize(
     const bssTransitionActionFrame *rec, uint8_t **pos);
-/* Reads one record at *pos into rec, trusting item lengths; moves *pos. */
+/** Reads one record at *pos into rec, trusting item lengths; moves *pos. */
 uint32_t intfVelmor_bssTransitionActionFrame_unserialize(
     bssTransitionActionFrame *rec, const uint8_t **pos);
-/* The same, never reading at or past end. */
+/** The same, never reading at or past end. */
 uint32_t intfVelmor_bssTransitionActionFrame_unserialize_bounded(
     bssTransitionActionFrame *rec, const uint8_t **pos, const uint8_t *end);
 
+/** @} */
+
 /* ---- bssTransitionRequest ----------------------------------------------------------------- */
-/* Copies src to dst: texts bounded, arrays up to their bound. */
+/**
+ * @defgroup intfVelmor_rec_bssTransitionRequest bssTransitionRequest
+ * @ingroup intfVelmor_records_station
+ * The operations of the record type @ref bssTransitionRequest.<br>
+ * @{
+ */
+/** Copies src to dst: texts bounded, arrays up to their bound. */
 uint32_t intfVelmor_bssTransitionRequest_copy(
     bssTransitionRequest *dst, const bssTransitionRequest *src);
-/* Releases what rec holds: records hold no storage, so nothing. */
+/** Releases what rec holds: records hold no storage, so nothing. */
 void intfVelmor_bssTransitionRequest_clean(bssTransitionRequest *rec);
-/* The number of bytes that _serialize writes for rec. */
+/** The number of bytes that _serialize writes for rec. */
 uint32_t intfVelmor_bssTransitionRequest_serialize_lg(const bssTransitionRequest *rec);
-/* Writes rec's items at *pos and moves *pos past them. */
+/** Writes rec's items at *pos and moves *pos past them. */
 uint32_t intfVelmor_bssTransitionRequest_serialize(const bssTransitionRequest *rec, uint8_t **pos);
-/* Reads one record at *pos into rec, trusting item lengths; moves *pos. */
+/** Reads one record at *pos into rec, trusting item lengths; moves *pos. */
 uint32_t intfVelmor_bssTransitionRequest_unserialize(
     bssTransitionRequest *rec, const uint8_t **pos);
-/* The same, never reading at or past end. */
+/** The same, never reading at or past end. */
 uint32_t intfVelmor_bssTransitionRequest_unserialize_bounded(
     bssTransitionRequest *rec, const uint8_t **pos, const uint8_t *end);
 
+/** @} */
+
 /* ---- bssTransitionResponse ---------------------------------------------------------------- */
-/* Copies src to dst: texts bounded, arrays up to their bound. */
+/**
+ * @defgroup intfVelmor_rec_bssTransitionResponse bssTransitionResponse
+ * @ingroup intfVelmor_records_station
+ * The operations of the record type @ref bssTransitionResponse.<br>
+ * @{
+ */
+/** Copies src to dst: texts bounded, arrays up to their bound. */
 uint32_t intfVelmor_bssTransitionResponse_copy(
     bssTransitionResponse *dst, const bssTransitionResponse *src);
-/* Releases what rec holds: records hold no storage, so nothing. */
+/** Releases what rec holds: records hold no storage, so nothing. */
 void intfVelmor_bssTransitionResponse_clean(bssTransitionResponse *rec);
-/* The number of bytes that _serialize writes for rec. */
+/** The number of bytes that _serialize writes for rec. */
 uint32_t intfVelmor_bssTransitionResponse_serialize_lg(const bssTransitionResponse *rec);
-/* Writes rec's items at *pos and moves *pos past them. */
+/** Writes rec's items at *pos and moves *pos past them. */
 uint32_t intfVelmor_bssTransitionResponse_serialize(
     const bssTransitionResponse *rec, uint8_t **pos);
-/* Reads one record at *pos into rec, trusting item lengths; moves *pos. */
+/** Reads one record at *pos into rec, trusting item lengths; moves *pos. */
 uint32_t intfVelmor_bssTransitionResponse_unserialize(
     bssTransitionResponse *rec, const uint8_t **pos);
-/* The same, never reading at or past end. */
+/** The same, never reading at or past end. */
 uint32_t intfVelmor_bssTransitionResponse_unserialize_bounded(
     bssTransitionResponse *rec, const uint8_t **pos, const uint8_t *end);
 
+/** @} */
+
 /* ---- ActionFrameCfg ----------------------------------------------------------------------- */
-/* Copies src to dst: texts bounded, arrays up to their bound. */
+/**
+ * @defgroup intfVelmor_rec_ActionFrameCfg ActionFrameCfg
+ * @ingroup intfVelmor_records_station
+ * The operations of the record type @ref ActionFrameCfg.<br>
+ * @{
+ */
+/** Copies src to dst: texts bounded, arrays up to their bound. */
 uint32_t intfVelmor_ActionFrameCfg_copy(ActionFrameCfg *dst, const ActionFrameCfg *src);
-/* Releases what rec holds: records hold no storage, so nothing. */
+/** Releases what rec holds: records hold no storage, so nothing. */
 void intfVelmor_ActionFrameCfg_clean(ActionFrameCfg *rec);
-/* The number of bytes that _serialize writes for rec. */
+/** The number of bytes that _serialize writes for rec. */
 uint32_t intfVelmor_ActionFrameCfg_serialize_lg(const ActionFrameCfg *rec);
-/* Writes rec's items at *pos and moves *pos past them. */
+/** Writes rec's items at *pos and moves *pos past them. */
 uint32_t intfVelmor_ActionFrameCfg_serialize(const ActionFrameCfg *rec, uint8_t **pos);
-/* Reads one record at *pos into rec, trusting item lengths; moves *pos. */
+/** Reads one record at *pos into rec, trusting item lengths; moves *pos. */
 uint32_t intfVelmor_ActionFrameCfg_unserialize(ActionFrameCfg *rec, const uint8_t **pos);
-/* The same, never reading at or past end. */
+/** The same, never reading at or past end. */
 uint32_t intfVelmor_ActionFrameCfg_unserialize_bounded(
     ActionFrameCfg *rec, const uint8_t **pos, const uint8_t *end);
 
+/** @} */
+
 /* ---- RadioMeasurementRequestCfg ----------------------------------------------------------- */
-/* Copies src to dst: texts bounded, arrays up to their bound. */
+/**
+ * @defgroup intfVelmor_rec_RadioMeasurementRequestCfg RadioMeasurementRequestCfg
+ * @ingroup intfVelmor_records_station
+ * The operations of the record type @ref RadioMeasurementRequestCfg.<br>
+ * @{
+ */
+/** Copies src to dst: texts bounded, arrays up to their bound. */
 uint32_t intfVelmor_RadioMeasurementRequestCfg_copy(
     RadioMeasurementRequestCfg *dst, const RadioMeasurementRequestCfg *src);
-/* Releases what rec holds: records hold no storage, so nothing. */
+/** Releases what rec holds: records hold no storage, so nothing. */
 void intfVelmor_RadioMeasurementRequestCfg_clean(RadioMeasurementRequestCfg *rec);
-/* The number of bytes that _serialize writes for rec. */
+/** The number of bytes that _serialize writes for rec. */
 uint32_t intfVelmor_RadioMeasurementRequestCfg_serialize_lg(const RadioMeasurementRequestCfg *rec);
-/* Writes rec's items at *pos and moves *pos past them. */
+/** Writes rec's items at *pos and moves *pos past them. */
 uint32_t intfVelmor_RadioMeasurementRequestCfg_serialize(
     const RadioMeasurementRequestCfg *rec, uint8_t **pos);
-/* Reads one record at *pos into rec, trusting item lengths; moves *pos. */
+/** Reads one record at *pos into rec, trusting item lengths; moves *pos. */
 uint32_t intfVelmor_RadioMeasurementRequestCfg_unserialize(
     RadioMeasurementRequestCfg *rec, const uint8_t **pos);
-/* The same, never reading at or past end. */
+/** The same, never reading at or past end. */
 uint32_t intfVelmor_RadioMeasurementRequestCfg_unserialize_bounded(
     RadioMeasurementRequestCfg *rec, const uint8_t **pos, const uint8_t *end);
 
+/** @} */
+
 /* ---- MeasurementRequestCfg ---------------------------------------------------------------- */
-/* Copies src to dst: texts bounded, arrays up to their bound. */
+/**
+ * @defgroup intfVelmor_rec_MeasurementRequestCfg MeasurementRequestCfg
+ * @ingroup intfVelmor_records_station
+ * The operations of the record type @ref MeasurementRequestCfg.<br>
+ * @{
+ */
+/** Copies src to dst: texts bounded, arrays up to their bound. */
 uint32_t intfVelmor_MeasurementRequestCfg_copy(
     MeasurementRequestCfg *dst, const MeasurementRequestCfg *src);
-/* Releases what rec holds: records hold no storage, so nothing. */
+/** Releases what rec holds: records hold no storage, so nothing. */
 void intfVelmor_MeasurementRequestCfg_clean(MeasurementRequestCfg *rec);
-/* The number of bytes that _serialize writes for rec. */
+/** The number of bytes that _serialize writes for rec. */
 uint32_t intfVelmor_MeasurementRequestCfg_serialize_lg(const MeasurementRequestCfg *rec);
-/* Writes rec's items at *pos and moves *pos past them. */
+/** Writes rec's items at *pos and moves *pos past them. */
 uint32_t intfVelmor_MeasurementRequestCfg_serialize(
     const MeasurementRequestCfg *rec, uint8_t **pos);
-/* Reads one record at *pos into rec, trusting item lengths; moves *pos. */
+/** Reads one record at *pos into rec, trusting item lengths; moves *pos. */
 uint32_t intfVelmor_MeasurementRequestCfg_unserialize(
     MeasurementRequestCfg *rec, const uint8_t **pos);
-/* The same, never reading at or past end. */
+/** The same, never reading at or past end. */
 uint32_t intfVelmor_MeasurementRequestCfg_unserialize_bounded(
     MeasurementRequestCfg *rec, const uint8_t **pos, const uint8_t *end);
 
+/** @} */
+
 /* ---- BeaconRequestAPCfg ------------------------------------------------------------------- */
-/* Copies src to dst: texts bounded, arrays up to their bound. */
+/**
+ * @defgroup intfVelmor_rec_BeaconRequestAPCfg BeaconRequestAPCfg
+ * @ingroup intfVelmor_records_station
+ * The operations of the record type @ref BeaconRequestAPCfg.<br>
+ * @{
+ */
+/** Copies src to dst: texts bounded, arrays up to their bound. */
 uint32_t intfVelmor_BeaconRequestAPCfg_copy(BeaconRequestAPCfg *dst, const BeaconRequestAPCfg *src);
-/* Releases what rec holds: records hold no storage, so nothing. */
+/** Releases what rec holds: records hold no storage, so nothing. */
 void intfVelmor_BeaconRequestAPCfg_clean(BeaconRequestAPCfg *rec);
-/* The number of bytes that _serialize writes for rec. */
+/** The number of bytes that _serialize writes for rec. */
 uint32_t intfVelmor_BeaconRequestAPCfg_serialize_lg(const BeaconRequestAPCfg *rec);
-/* Writes rec's items at *pos and moves *pos past them. */
+/** Writes rec's items at *pos and moves *pos past them. */
 uint32_t intfVelmor_BeaconRequestAPCfg_serialize(const BeaconRequestAPCfg *rec, uint8_t **pos);
-/* Reads one record at *pos into rec, trusting item lengths; moves *pos. */
+/** Reads one record at *pos into rec, trusting item lengths; moves *pos. */
 uint32_t intfVelmor_BeaconRequestAPCfg_unserialize(BeaconRequestAPCfg *rec, const uint8_t **pos);
-/* The same, never reading at or past end. */
+/** The same, never reading at or past end. */
 uint32_t intfVelmor_BeaconRequestAPCfg_unserialize_bounded(
     BeaconRequestAPCfg *rec, const uint8_t **pos, const uint8_t *end);
 
+/** @} */
+
 /* ---- BeaconRequestCfg --------------------------------------------------------------------- */
-/* Copies src to dst: texts bounded, arrays up to their bound. */
+/**
+ * @defgroup intfVelmor_rec_BeaconRequestCfg BeaconRequestCfg
+ * @ingroup intfVelmor_records_station
+ * The operations of the record type @ref BeaconRequestCfg.<br>
+ * @{
+ */
+/** Copies src to dst: texts bounded, arrays up to their bound. */
 uint32_t intfVelmor_BeaconRequestCfg_copy(BeaconRequestCfg *dst, const BeaconRequestCfg *src);
-/* Releases what rec holds: records hold no storage, so nothing. */
+/** Releases what rec holds: records hold no storage, so nothing. */
 void intfVelmor_BeaconRequestCfg_clean(BeaconRequestCfg *rec);
-/* The number of bytes that _serialize writes for rec. */
+/** The number of bytes that _serialize writes for rec. */
 uint32_t intfVelmor_BeaconRequestCfg_serialize_lg(const BeaconRequestCfg *rec);
-/* Writes rec's items at *pos and moves *pos past them. */
+/** Writes rec's items at *pos and moves *pos past them. */
 uint32_t intfVelmor_BeaconRequestCfg_serialize(const BeaconRequestCfg *rec, uint8_t **pos);
-/* Reads one record at *pos into rec, trusting item lengths; moves *pos. */
+/** Reads one record at *pos into rec, trusting item lengths; moves *pos. */
 uint32_t intfVelmor_BeaconRequestCfg_unserialize(BeaconRequestCfg *rec, const uint8_t **pos);
-/* The same, never reading at or past end. */
+/** The same, never reading at or past end. */
 uint32_t intfVelmor_BeaconRequestCfg_unserialize_bounded(
     BeaconRequestCfg *rec, const uint8_t **pos, const uint8_t *end);
 
+/** @} */
+
 /* ---- BeaconIECfg -------------------------------------------------------------------------- */
-/* Copies src to dst: texts bounded, arrays up to their bound. */
+/**
+ * @defgroup intfVelmor_rec_BeaconIECfg BeaconIECfg
+ * @ingroup intfVelmor_records_station
+ * The operations of the record type @ref BeaconIECfg.<br>
+ * @{
+ */
+/** Copies src to dst: texts bounded, arrays up to their bound. */
 uint32_t intfVelmor_BeaconIECfg_copy(BeaconIECfg *dst, const BeaconIECfg *src);
-/* Releases what rec holds: records hold no storage, so nothing. */
+/** Releases what rec holds: records hold no storage, so nothing. */
 void intfVelmor_BeaconIECfg_clean(BeaconIECfg *rec);
-/* The number of bytes that _serialize writes for rec. */
+/** The number of bytes that _serialize writes for rec. */
 uint32_t intfVelmor_BeaconIECfg_serialize_lg(const BeaconIECfg *rec);
-/* Writes rec's items at *pos and moves *pos past them. */
+/** Writes rec's items at *pos and moves *pos past them. */
 uint32_t intfVelmor_BeaconIECfg_serialize(const BeaconIECfg *rec, uint8_t **pos);
-/* Reads one record at *pos into rec, trusting item lengths; moves *pos. */
+/** Reads one record at *pos into rec, trusting item lengths; moves *pos. */
 uint32_t intfVelmor_BeaconIECfg_unserialize(BeaconIECfg *rec, const uint8_t **pos);
-/* The same, never reading at or past end. */
+/** The same, never reading at or past end. */
 uint32_t intfVelmor_BeaconIECfg_unserialize_bounded(
     BeaconIECfg *rec, const uint8_t **pos, const uint8_t *end);
 
+/** @} */
+
 /* ---- ExtraBeaconReportElt ----------------------------------------------------------------- */
-/* Copies src to dst: texts bounded, arrays up to their bound. */
+/**
+ * @defgroup intfVelmor_rec_ExtraBeaconReportElt ExtraBeaconReportElt
+ * @ingroup intfVelmor_records_station
+ * The operations of the record type @ref ExtraBeaconReportElt.<br>
+ * @{
+ */
+/** Copies src to dst: texts bounded, arrays up to their bound. */
 uint32_t intfVelmor_ExtraBeaconReportElt_copy(
     ExtraBeaconReportElt *dst, const ExtraBeaconReportElt *src);
-/* Releases what rec holds: records hold no storage, so nothing. */
+/** Releases what rec holds: records hold no storage, so nothing. */
 void intfVelmor_ExtraBeaconReportElt_clean(ExtraBeaconReportElt *rec);
-/* The number of bytes that _serialize writes for rec. */
+/** The number of bytes that _serialize writes for rec. */
 uint32_t intfVelmor_ExtraBeaconReportElt_serialize_lg(const ExtraBeaconReportElt *rec);
-/* Writes rec's items at *pos and moves *pos past them. */
+/** Writes rec's items at *pos and moves *pos past them. */
 uint32_t intfVelmor_ExtraBeaconReportElt_serialize(const ExtraBeaconReportElt *rec, uint8_t **pos);
-/* Reads one record at *pos into rec, trusting item lengths; moves *pos. */
+/** Reads one record at *pos into rec, trusting item lengths; moves *pos. */
 uint32_t intfVelmor_ExtraBeaconReportElt_unserialize(
     ExtraBeaconReportElt *rec, const uint8_t **pos);
-/* The same, never reading at or past end. */
+/** The same, never reading at or past end. */
 uint32_t intfVelmor_ExtraBeaconReportElt_unserialize_bounded(
     ExtraBeaconReportElt *rec, const uint8_t **pos, const uint8_t *end);
 
+/** @} */
+
 /* ---- beaconReportElt ---------------------------------------------------------------------- */
-/* Copies src to dst: texts bounded, arrays up to their bound. */
+/**
+ * @defgroup intfVelmor_rec_beaconReportElt beaconReportElt
+ * @ingroup intfVelmor_records_station
+ * The operations of the record type @ref beaconReportElt.<br>
+ * @{
+ */
+/** Copies src to dst: texts bounded, arrays up to their bound. */
 uint32_t intfVelmor_beaconReportElt_copy(beaconReportElt *dst, const beaconReportElt *src);
-/* Releases what rec holds: records hold no storage, so nothing. */
+/** Releases what rec holds: records hold no storage, so nothing. */
 void intfVelmor_beaconReportElt_clean(beaconReportElt *rec);
-/* The number of bytes that _serialize writes for rec. */
+/** The number of bytes that _serialize writes for rec. */
 uint32_t intfVelmor_beaconReportElt_serialize_lg(const beaconReportElt *rec);
-/* Writes rec's items at *pos and moves *pos past them. */
+/** Writes rec's items at *pos and moves *pos past them. */
 uint32_t intfVelmor_beaconReportElt_serialize(const beaconReportElt *rec, uint8_t **pos);
-/* Reads one record at *pos into rec, trusting item lengths; moves *pos. */
+/** Reads one record at *pos into rec, trusting item lengths; moves *pos. */
 uint32_t intfVelmor_beaconReportElt_unserialize(beaconReportElt *rec, const uint8_t **pos);
-/* The same, never reading at or past end. */
+/** The same, never reading at or past end. */
 uint32_t intfVelmor_beaconReportElt_unserialize_bounded(
     beaconReportElt *rec, const uint8_t **pos, const uint8_t *end);
 
+/** @} */
+
 /* ---- beaconReport ------------------------------------------------------------------------- */
-/* Copies src to dst: texts bounded, arrays up to their bound. */
+/**
+ * @defgroup intfVelmor_rec_beaconReport beaconReport
+ * @ingroup intfVelmor_records_station
+ * The operations of the record type @ref beaconReport.<br>
+ * @{
+ */
+/** Copies src to dst: texts bounded, arrays up to their bound. */
 uint32_t intfVelmor_beaconReport_copy(beaconReport *dst, const beaconReport *src);
-/* Releases what rec holds: records hold no storage, so nothing. */
+/** Releases what rec holds: records hold no storage, so nothing. */
 void intfVelmor_beaconReport_clean(beaconReport *rec);
-/* The number of bytes that _serialize writes for rec. */
+/** The number of bytes that _serialize writes for rec. */
 uint32_t intfVelmor_beaconReport_serialize_lg(const beaconReport *rec);
-/* Writes rec's items at *pos and moves *pos past them. */
+/** Writes rec's items at *pos and moves *pos past them. */
 uint32_t intfVelmor_beaconReport_serialize(const beaconReport *rec, uint8_t **pos);
-/* Reads one record at *pos into rec, trusting item lengths; moves *pos. */
+/** Reads one record at *pos into rec, trusting item lengths; moves *pos. */
 uint32_t intfVelmor_beaconReport_unserialize(beaconReport *rec, const uint8_t **pos);
-/* The same, never reading at or past end. */
+/** The same, never reading at or past end. */
 uint32_t intfVelmor_beaconReport_unserialize_bounded(
     beaconReport *rec, const uint8_t **pos, const uint8_t *end);
 
+/** @} */
+
 /* ---- BSDSteeringPolicy -------------------------------------------------------------------- */
-/* Copies src to dst: texts bounded, arrays up to their bound. */
+/**
+ * @defgroup intfVelmor_rec_BSDSteeringPolicy BSDSteeringPolicy
+ * @ingroup intfVelmor_records_station
+ * The operations of the record type @ref BSDSteeringPolicy.<br>
+ * @{
+ */
+/** Copies src to dst: texts bounded, arrays up to their bound. */
 uint32_t intfVelmor_BSDSteeringPolicy_copy(BSDSteeringPolicy *dst, const BSDSteeringPolicy *src);
-/* Releases what rec holds: records hold no storage, so nothing. */
+/** Releases what rec holds: records hold no storage, so nothing. */
 void intfVelmor_BSDSteeringPolicy_clean(BSDSteeringPolicy *rec);
-/* The number of bytes that _serialize writes for rec. */
+/** The number of bytes that _serialize writes for rec. */
 uint32_t intfVelmor_BSDSteeringPolicy_serialize_lg(const BSDSteeringPolicy *rec);
-/* Writes rec's items at *pos and moves *pos past them. */
+/** Writes rec's items at *pos and moves *pos past them. */
 uint32_t intfVelmor_BSDSteeringPolicy_serialize(const BSDSteeringPolicy *rec, uint8_t **pos);
-/* Reads one record at *pos into rec, trusting item lengths; moves *pos. */
+/** Reads one record at *pos into rec, trusting item lengths; moves *pos. */
 uint32_t intfVelmor_BSDSteeringPolicy_unserialize(BSDSteeringPolicy *rec, const uint8_t **pos);
-/* The same, never reading at or past end. */
+/** The same, never reading at or past end. */
 uint32_t intfVelmor_BSDSteeringPolicy_unserialize_bounded(
     BSDSteeringPolicy *rec, const uint8_t **pos, const uint8_t *end);
 
+/** @} */
+
 /* ---- BSDStaSelectPolicy ------------------------------------------------------------------- */
-/* Copies src to dst: texts bounded, arrays up to their bound. */
+/**
+ * @defgroup intfVelmor_rec_BSDStaSelectPolicy BSDStaSelectPolicy
+ * @ingroup intfVelmor_records_station
+ * The operations of the record type @ref BSDStaSelectPolicy.<br>
+ * @{
+ */
+/** Copies src to dst: texts bounded, arrays up to their bound. */
 uint32_t intfVelmor_BSDStaSelectPolicy_copy(BSDStaSelectPolicy *dst, const BSDStaSelectPolicy *src);
-/* Releases what rec holds: records hold no storage, so nothing. */
+/** Releases what rec holds: records hold no storage, so nothing. */
 void intfVelmor_BSDStaSelectPolicy_clean(BSDStaSelectPolicy *rec);
-/* The number of bytes that _serialize writes for rec. */
+/** The number of bytes that _serialize writes for rec. */
 uint32_t intfVelmor_BSDStaSelectPolicy_serialize_lg(const BSDStaSelectPolicy *rec);
-/* Writes rec's items at *pos and moves *pos past them. */
+/** Writes rec's items at *pos and moves *pos past them. */
 uint32_t intfVelmor_BSDStaSelectPolicy_serialize(const BSDStaSelectPolicy *rec, uint8_t **pos);
-/* Reads one record at *pos into rec, trusting item lengths; moves *pos. */
+/** Reads one record at *pos into rec, trusting item lengths; moves *pos. */
 uint32_t intfVelmor_BSDStaSelectPolicy_unserialize(BSDStaSelectPolicy *rec, const uint8_t **pos);
-/* The same, never reading at or past end. */
+/** The same, never reading at or past end. */
 uint32_t intfVelmor_BSDStaSelectPolicy_unserialize_bounded(
     BSDStaSelectPolicy *rec, const uint8_t **pos, const uint8_t *end);
 
+/** @} */
+
 /* ---- BSDItfCfg ---------------------------------------------------------------------------- */
-/* Copies src to dst: texts bounded, arrays up to their bound. */
+/**
+ * @defgroup intfVelmor_rec_BSDItfCfg BSDItfCfg
+ * @ingroup intfVelmor_records_station
+ * The operations of the record type @ref BSDItfCfg.<br>
+ * @{
+ */
+/** Copies src to dst: texts bounded, arrays up to their bound. */
 uint32_t intfVelmor_BSDItfCfg_copy(BSDItfCfg *dst, const BSDItfCfg *src);
-/* Releases what rec holds: records hold no storage, so nothing. */
+/** Releases what rec holds: records hold no storage, so nothing. */
 void intfVelmor_BSDItfCfg_clean(BSDItfCfg *rec);
-/* The number of bytes that _serialize writes for rec. */
+/** The number of bytes that _serialize writes for rec. */
 uint32_t intfVelmor_BSDItfCfg_serialize_lg(const BSDItfCfg *rec);
-/* Writes rec's items at *pos and moves *pos past them. */
+/** Writes rec's items at *pos and moves *pos past them. */
 uint32_t intfVelmor_BSDItfCfg_serialize(const BSDItfCfg *rec, uint8_t **pos);
-/* Reads one record at *pos into rec, trusting item lengths; moves *pos. */
+/** Reads one record at *pos into rec, trusting item lengths; moves *pos. */
 uint32_t intfVelmor_BSDItfCfg_unserialize(BSDItfCfg *rec, const uint8_t **pos);
-/* The same, never reading at or past end. */
+/** The same, never reading at or past end. */
 uint32_t intfVelmor_BSDItfCfg_unserialize_bounded(
     BSDItfCfg *rec, const uint8_t **pos, const uint8_t *end);
 
+/** @} */
+
 /* ---- bounceDetection ---------------------------------------------------------------------- */
-/* Copies src to dst: texts bounded, arrays up to their bound. */
+/**
+ * @defgroup intfVelmor_rec_bounceDetection bounceDetection
+ * @ingroup intfVelmor_records_station
+ * The operations of the record type @ref bounceDetection.<br>
+ * @{
+ */
+/** Copies src to dst: texts bounded, arrays up to their bound. */
 uint32_t intfVelmor_bounceDetection_copy(bounceDetection *dst, const bounceDetection *src);
-/* Releases what rec holds: records hold no storage, so nothing. */
+/** Releases what rec holds: records hold no storage, so nothing. */
 void intfVelmor_bounceDetection_clean(bounceDetection *rec);
-/* The number of bytes that _serialize writes for rec. */
+/** The number of bytes that _serialize writes for rec. */
 uint32_t intfVelmor_bounceDetection_serialize_lg(const bounceDetection *rec);
-/* Writes rec's items at *pos and moves *pos past them. */
+/** Writes rec's items at *pos and moves *pos past them. */
 uint32_t intfVelmor_bounceDetection_serialize(const bounceDetection *rec, uint8_t **pos);
-/* Reads one record at *pos into rec, trusting item lengths; moves *pos. */
+/** Reads one record at *pos into rec, trusting item lengths; moves *pos. */
 uint32_t intfVelmor_bounceDetection_unserialize(bounceDetection *rec, const uint8_t **pos);
-/* The same, never reading at or past end. */
+/** The same, never reading at or past end. */
 uint32_t intfVelmor_bounceDetection_unserialize_bounded(
     bounceDetection *rec, const uint8_t **pos, const uint8_t *end);
 
+/** @} */
+
 /* ---- BSDCfg ------------------------------------------------------------------------------- */
-/* Copies src to dst: texts bounded, arrays up to their bound. */
+/**
+ * @defgroup intfVelmor_rec_BSDCfg BSDCfg
+ * @ingroup intfVelmor_records_station
+ * The operations of the record type @ref BSDCfg.<br>
+ * @{
+ */
+/** Copies src to dst: texts bounded, arrays up to their bound. */
 uint32_t intfVelmor_BSDCfg_copy(BSDCfg *dst, const BSDCfg *src);
-/* Releases what rec holds: records hold no storage, so nothing. */
+/** Releases what rec holds: records hold no storage, so nothing. */
 void intfVelmor_BSDCfg_clean(BSDCfg *rec);
-/* The number of bytes that _serialize writes for rec. */
+/** The number of bytes that _serialize writes for rec. */
 uint32_t intfVelmor_BSDCfg_serialize_lg(const BSDCfg *rec);
-/* Writes rec's items at *pos and moves *pos past them. */
+/** Writes rec's items at *pos and moves *pos past them. */
 uint32_t intfVelmor_BSDCfg_serialize(const BSDCfg *rec, uint8_t **pos);
-/* Reads one record at *pos into rec, trusting item lengths; moves *pos. */
+/** Reads one record at *pos into rec, trusting item lengths; moves *pos. */
 uint32_t intfVelmor_BSDCfg_unserialize(BSDCfg *rec, const uint8_t **pos);
-/* The same, never reading at or past end. */
+/** The same, never reading at or past end. */
 uint32_t intfVelmor_BSDCfg_unserialize_bounded(
     BSDCfg *rec, const uint8_t **pos, const uint8_t *end);
 
+/** @} */
+
 /* ---- BsdStatsRadio ------------------------------------------------------------------------ */
-/* Copies src to dst: texts bounded, arrays up to their bound. */
+/**
+ * @defgroup intfVelmor_rec_BsdStatsRadio BsdStatsRadio
+ * @ingroup intfVelmor_records_station
+ * The operations of the record type @ref BsdStatsRadio.<br>
+ * @{
+ */
+/** Copies src to dst: texts bounded, arrays up to their bound. */
 uint32_t intfVelmor_BsdStatsRadio_copy(BsdStatsRadio *dst, const BsdStatsRadio *src);
-/* Releases what rec holds: records hold no storage, so nothing. */
+/** Releases what rec holds: records hold no storage, so nothing. */
 void intfVelmor_BsdStatsRadio_clean(BsdStatsRadio *rec);
-/* The number of bytes that _serialize writes for rec. */
+/** The number of bytes that _serialize writes for rec. */
 uint32_t intfVelmor_BsdStatsRadio_serialize_lg(const BsdStatsRadio *rec);
-/* Writes rec's items at *pos and moves *pos past them. */
+/** Writes rec's items at *pos and moves *pos past them. */
 uint32_t intfVelmor_BsdStatsRadio_serialize(const BsdStatsRadio *rec, uint8_t **pos);
-/* Reads one record at *pos into rec, trusting item lengths; moves *pos. */
+/** Reads one record at *pos into rec, trusting item lengths; moves *pos. */
 uint32_t intfVelmor_BsdStatsRadio_unserialize(BsdStatsRadio *rec, const uint8_t **pos);
-/* The same, never reading at or past end. */
+/** The same, never reading at or past end. */
 uint32_t intfVelmor_BsdStatsRadio_unserialize_bounded(
     BsdStatsRadio *rec, const uint8_t **pos, const uint8_t *end);
 
+/** @} */
+
 /* ---- BsdStatsStation ---------------------------------------------------------------------- */
-/* Copies src to dst: texts bounded, arrays up to their bound. */
+/**
+ * @defgroup intfVelmor_rec_BsdStatsStation BsdStatsStation
+ * @ingroup intfVelmor_records_station
+ * The operations of the record type @ref BsdStatsStation.<br>
+ * @{
+ */
+/** Copies src to dst: texts bounded, arrays up to their bound. */
 uint32_t intfVelmor_BsdStatsStation_copy(BsdStatsStation *dst, const BsdStatsStation *src);
-/* Releases what rec holds: records hold no storage, so nothing. */
+/** Releases what rec holds: records hold no storage, so nothing. */
 void intfVelmor_BsdStatsStation_clean(BsdStatsStation *rec);
-/* The number of bytes that _serialize writes for rec. */
+/** The number of bytes that _serialize writes for rec. */
 uint32_t intfVelmor_BsdStatsStation_serialize_lg(const BsdStatsStation *rec);
-/* Writes rec's items at *pos and moves *pos past them. */
+/** Writes rec's items at *pos and moves *pos past them. */
 uint32_t intfVelmor_BsdStatsStation_serialize(const BsdStatsStation *rec, uint8_t **pos);
-/* Reads one record at *pos into rec, trusting item lengths; moves *pos. */
+/** Reads one record at *pos into rec, trusting item lengths; moves *pos. */
 uint32_t intfVelmor_BsdStatsStation_unserialize(BsdStatsStation *rec, const uint8_t **pos);
-/* The same, never reading at or past end. */
+/** The same, never reading at or past end. */
 uint32_t intfVelmor_BsdStatsStation_unserialize_bounded(
     BsdStatsStation *rec, const uint8_t **pos, const uint8_t *end);
 
+/** @} */
+
 /* ---- BSDDevices --------------------------------------------------------------------------- */
-/* Copies src to dst: texts bounded, arrays up to their bound. */
+/**
+ * @defgroup intfVelmor_rec_BSDDevices BSDDevices
+ * @ingroup intfVelmor_records_station
+ * The operations of the record type @ref BSDDevices.<br>
+ * @{
+ */
+/** Copies src to dst: texts bounded, arrays up to their bound. */
 uint32_t intfVelmor_BSDDevices_copy(BSDDevices *dst, const BSDDevices *src);
-/* Releases what rec holds: records hold no storage, so nothing. */
+/** Releases what rec holds: records hold no storage, so nothing. */
 void intfVelmor_BSDDevices_clean(BSDDevices *rec);
-/* The number of bytes that _serialize writes for rec. */
+/** The number of bytes that _serialize writes for rec. */
 uint32_t intfVelmor_BSDDevices_serialize_lg(const BSDDevices *rec);
-/* Writes rec's items at *pos and moves *pos past them. */
+/** Writes rec's items at *pos and moves *pos past them. */
 uint32_t intfVelmor_BSDDevices_serialize(const BSDDevices *rec, uint8_t **pos);
-/* Reads one record at *pos into rec, trusting item lengths; moves *pos. */
+/** Reads one record at *pos into rec, trusting item lengths; moves *pos. */
 uint32_t intfVelmor_BSDDevices_unserialize(BSDDevices *rec, const uint8_t **pos);
-/* The same, never reading at or past end. */
+/** The same, never reading at or past end. */
 uint32_t intfVelmor_BSDDevices_unserialize_bounded(
     BSDDevices *rec, const uint8_t **pos, const uint8_t *end);
 
+/** @} */
+
 /* ---- BandSteeringCfg ---------------------------------------------------------------------- */
-/* Copies src to dst: texts bounded, arrays up to their bound. */
+/**
+ * @defgroup intfVelmor_rec_BandSteeringCfg BandSteeringCfg
+ * @ingroup intfVelmor_records_station
+ * The operations of the record type @ref BandSteeringCfg.<br>
+ * @{
+ */
+/** Copies src to dst: texts bounded, arrays up to their bound. */
 uint32_t intfVelmor_BandSteeringCfg_copy(BandSteeringCfg *dst, const BandSteeringCfg *src);
-/* Releases what rec holds: records hold no storage, so nothing. */
+/** Releases what rec holds: records hold no storage, so nothing. */
 void intfVelmor_BandSteeringCfg_clean(BandSteeringCfg *rec);
-/* The number of bytes that _serialize writes for rec. */
+/** The number of bytes that _serialize writes for rec. */
 uint32_t intfVelmor_BandSteeringCfg_serialize_lg(const BandSteeringCfg *rec);
-/* Writes rec's items at *pos and moves *pos past them. */
+/** Writes rec's items at *pos and moves *pos past them. */
 uint32_t intfVelmor_BandSteeringCfg_serialize(const BandSteeringCfg *rec, uint8_t **pos);
-/* Reads one record at *pos into rec, trusting item lengths; moves *pos. */
+/** Reads one record at *pos into rec, trusting item lengths; moves *pos. */
 uint32_t intfVelmor_BandSteeringCfg_unserialize(BandSteeringCfg *rec, const uint8_t **pos);
-/* The same, never reading at or past end. */
+/** The same, never reading at or past end. */
 uint32_t intfVelmor_BandSteeringCfg_unserialize_bounded(
     BandSteeringCfg *rec, const uint8_t **pos, const uint8_t *end);
+
+/** @} */
+/** @} */
 
 #ifdef __cplusplus
 }

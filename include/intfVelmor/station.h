@@ -2,29 +2,40 @@
 #ifndef INTFVELMOR_STATION_H
 #define INTFVELMOR_STATION_H
 
+/**
+ * @addtogroup intfVelmor_records_station
+ * @{
+ */
+
 #include <stdint.h>
 
 #include "radio.h" /* Timestamp */
 
 /* ---- Associated devices ------------------------------------------------ */
+/** The assocDevDescr record (associated devices). Operations: @ref intfVelmor_rec_assocDevDescr. */
 typedef struct assocDevDescr {
-    char mac[18];  /* hardware address text, "aa:bb:cc:dd:ee:ff" */
+    char mac[18];  /**< hardware address text, "aa:bb:cc:dd:ee:ff" */
     uint8_t v4;
 } assocDevDescr;
 
+/** The capacity of assocDevListReq::devices. */
 #define INTFVELMOR_ASSOCDEV_MAX 100
+/** The assocDevListReq record (associated devices).
+ *  Operations: @ref intfVelmor_rec_assocDevListReq. */
 typedef struct assocDevListReq {
-    uint32_t devicesCount; /* stored unchanged; at most 100 elements are used */
+    uint32_t devicesCount; /**< stored unchanged; at most 100 elements are used */
     assocDevDescr devices[INTFVELMOR_ASSOCDEV_MAX];
 } assocDevListReq;
 
+/** The assocDevStats record (associated devices). Operations: @ref intfVelmor_rec_assocDevStats. */
 typedef struct assocDevStats {
     uint64_t v3, v4, v5, v6;
     uint32_t v7, v8, v9, v10, v11;
 } assocDevStats;
 
+/** The assocDevInfo record (associated devices). Operations: @ref intfVelmor_rec_assocDevInfo. */
 typedef struct assocDevInfo {
-    char mac[18];  /* hardware address text, "aa:bb:cc:dd:ee:ff" */
+    char mac[18];  /**< hardware address text, "aa:bb:cc:dd:ee:ff" */
     uint8_t v4, v5;
     uint32_t v6, v7;
     int16_t v8, v9;
@@ -46,106 +57,140 @@ typedef struct assocDevInfo {
     uint8_t v37, v38, v39, v40;
 } assocDevInfo;
 
+/** The assocDevListRet record (associated devices).
+ *  Operations: @ref intfVelmor_rec_assocDevListRet. */
 typedef struct assocDevListRet {
-    uint32_t devicesCount; /* stored unchanged; at most 100 elements are used */
+    uint32_t devicesCount; /**< stored unchanged; at most 100 elements are used */
     assocDevInfo devices[INTFVELMOR_ASSOCDEV_MAX];
 } assocDevListRet;
 
 /* ---- Probe requests and low RSSI --------------------------------------- */
+/** The ProbeRequestRxInfo record (probe requests and low RSSI).
+ *  Operations: @ref intfVelmor_rec_ProbeRequestRxInfo. */
 typedef struct ProbeRequestRxInfo {
-    char mac[18];  /* hardware address text, "aa:bb:cc:dd:ee:ff" */
+    char mac[18];  /**< hardware address text, "aa:bb:cc:dd:ee:ff" */
     uint32_t v4, v5, v6;
 } ProbeRequestRxInfo;
 
+/** The capacity of ProbeRequestList::probes. */
 #define INTFVELMOR_PROBEREQ_MAX 100
+/** The ProbeRequestList record (probe requests and low RSSI).
+ *  Operations: @ref intfVelmor_rec_ProbeRequestList. */
 typedef struct ProbeRequestList {
-    uint32_t probesCount; /* stored unchanged; at most 100 elements are used */
+    uint32_t probesCount; /**< stored unchanged; at most 100 elements are used */
     ProbeRequestRxInfo probes[INTFVELMOR_PROBEREQ_MAX];
-    char s5[15]; /* travels after the last element */
+    char s5[15]; /**< travels after the last element */
 } ProbeRequestList;
 
+/** The LowRSSINtf record (probe requests and low RSSI).
+ *  Operations: @ref intfVelmor_rec_LowRSSINtf. */
 typedef struct LowRSSINtf {
-    char mac[18];  /* hardware address text, "aa:bb:cc:dd:ee:ff" */
+    char mac[18];  /**< hardware address text, "aa:bb:cc:dd:ee:ff" */
     int16_t v4;
 } LowRSSINtf;
 
 /* ---- BSS transition ---------------------------------------------------- */
-/* One candidate entry, whatever its name says. */
+/** One candidate entry, whatever its name says.
+ *  Operations: @ref intfVelmor_rec_bssTransitionCandidateList. */
 typedef struct bssTransitionCandidateList {
     uint32_t v3;
     uint8_t v4;
-    char mac[18];  /* hardware address text, "aa:bb:cc:dd:ee:ff" */
+    char mac[18];  /**< hardware address text, "aa:bb:cc:dd:ee:ff" */
     uint32_t v6;
     uint8_t v7, v8, v9;
 } bssTransitionCandidateList;
 
+/** The capacity of bssTransitionActionFrame::candidates. */
 #define INTFVELMOR_BSS_CANDIDATES_MAX 10
+/** The bssTransitionActionFrame record (BSS transition).
+ *  Operations: @ref intfVelmor_rec_bssTransitionActionFrame. */
 typedef struct bssTransitionActionFrame {
     uint32_t v3, v4;
     uint8_t v5, v6;
     uint32_t v7;
     uint8_t v8;
-    bssTransitionCandidateList candidate; /* always present, before the array */
-    uint32_t candidatesCount; /* stored unchanged; at most 10 elements are used */
+    bssTransitionCandidateList candidate; /**< always present, before the array */
+    uint32_t candidatesCount; /**< stored unchanged; at most 10 elements are used */
     bssTransitionCandidateList candidates[INTFVELMOR_BSS_CANDIDATES_MAX];
 } bssTransitionActionFrame;
 
+/** The bssTransitionRequest record (BSS transition).
+ *  Operations: @ref intfVelmor_rec_bssTransitionRequest. */
 typedef struct bssTransitionRequest {
     bssTransitionActionFrame actionFrame;
-    char mac[18];  /* hardware address text, "aa:bb:cc:dd:ee:ff" */
+    char mac[18];  /**< hardware address text, "aa:bb:cc:dd:ee:ff" */
     uint8_t v5, v6;
 } bssTransitionRequest;
 
+/** The bssTransitionResponse record (BSS transition).
+ *  Operations: @ref intfVelmor_rec_bssTransitionResponse. */
 typedef struct bssTransitionResponse {
     uint8_t v3;
-    char mac[18];  /* hardware address text, "aa:bb:cc:dd:ee:ff" */
+    char mac[18];  /**< hardware address text, "aa:bb:cc:dd:ee:ff" */
 } bssTransitionResponse;
 
 /* ---- Measurement requests and beacon reports --------------------------- */
+/** The ActionFrameCfg record (measurement requests and beacon reports).
+ *  Operations: @ref intfVelmor_rec_ActionFrameCfg. */
 typedef struct ActionFrameCfg {
-    char mac[18];  /* hardware address text, "aa:bb:cc:dd:ee:ff" */
+    char mac[18];  /**< hardware address text, "aa:bb:cc:dd:ee:ff" */
     uint8_t v4, v5;
 } ActionFrameCfg;
 
+/** The RadioMeasurementRequestCfg record (measurement requests and beacon reports).
+ *  Operations: @ref intfVelmor_rec_RadioMeasurementRequestCfg. */
 typedef struct RadioMeasurementRequestCfg {
     uint8_t v3;
     uint16_t v4;
 } RadioMeasurementRequestCfg;
 
+/** The MeasurementRequestCfg record (measurement requests and beacon reports).
+ *  Operations: @ref intfVelmor_rec_MeasurementRequestCfg. */
 typedef struct MeasurementRequestCfg {
     uint8_t v3, v4;
 } MeasurementRequestCfg;
 
+/** The BeaconRequestAPCfg record (measurement requests and beacon reports).
+ *  Operations: @ref intfVelmor_rec_BeaconRequestAPCfg. */
 typedef struct BeaconRequestAPCfg {
     uint32_t v3, v4;
-    char mac[18];  /* hardware address text, "aa:bb:cc:dd:ee:ff" */
+    char mac[18];  /**< hardware address text, "aa:bb:cc:dd:ee:ff" */
     char s6[32];
 } BeaconRequestAPCfg;
 
+/** The capacity of BeaconRequestCfg::aps. */
 #define INTFVELMOR_BEACON_REQUEST_APS_MAX 30
+/** The BeaconRequestCfg record (measurement requests and beacon reports).
+ *  Operations: @ref intfVelmor_rec_BeaconRequestCfg. */
 typedef struct BeaconRequestCfg {
     ActionFrameCfg actionFrameCfg;
     RadioMeasurementRequestCfg radioMeasurementRequestCfg;
     MeasurementRequestCfg measurementRequestCfg;
     uint32_t v6, v7, v8;
-    uint8_t apsCount; /* stored unchanged; at most 30 elements are used */
+    uint8_t apsCount; /**< stored unchanged; at most 30 elements are used */
     BeaconRequestAPCfg aps[INTFVELMOR_BEACON_REQUEST_APS_MAX];
 } BeaconRequestCfg;
 
+/** The BeaconIECfg record (measurement requests and beacon reports).
+ *  Operations: @ref intfVelmor_rec_BeaconIECfg. */
 typedef struct BeaconIECfg {
     char s3[32];
     uint32_t v4, v5;
 } BeaconIECfg;
 
+/** The ExtraBeaconReportElt record (measurement requests and beacon reports).
+ *  Operations: @ref intfVelmor_rec_ExtraBeaconReportElt. */
 typedef struct ExtraBeaconReportElt {
     uint8_t v3;
     uint16_t v4;
     char s5[30];
 } ExtraBeaconReportElt;
 
+/** The beaconReportElt record (measurement requests and beacon reports).
+ *  Operations: @ref intfVelmor_rec_beaconReportElt. */
 typedef struct beaconReportElt {
     uint8_t v3;
-    char mac[18];  /* hardware address text, "aa:bb:cc:dd:ee:ff" */
+    char mac[18];  /**< hardware address text, "aa:bb:cc:dd:ee:ff" */
     uint8_t v5, v6;
     uint16_t v7;
     uint8_t v8, v9, v10;
@@ -153,15 +198,20 @@ typedef struct beaconReportElt {
     ExtraBeaconReportElt extraBeaconReportElt;
 } beaconReportElt;
 
+/** The capacity of beaconReport::elts. */
 #define INTFVELMOR_BEACON_REPORT_MAX 100
+/** The beaconReport record (measurement requests and beacon reports).
+ *  Operations: @ref intfVelmor_rec_beaconReport. */
 typedef struct beaconReport {
     Timestamp timestamp;
-    char mac[18];  /* hardware address text, "aa:bb:cc:dd:ee:ff" */
-    uint32_t eltsCount; /* stored unchanged; at most 100 elements are used */
+    char mac[18];  /**< hardware address text, "aa:bb:cc:dd:ee:ff" */
+    uint32_t eltsCount; /**< stored unchanged; at most 100 elements are used */
     beaconReportElt elts[INTFVELMOR_BEACON_REPORT_MAX];
 } beaconReport;
 
 /* ---- Band steering ----------------------------------------------------- */
+/** The BSDSteeringPolicy record (band steering).
+ *  Operations: @ref intfVelmor_rec_BSDSteeringPolicy. */
 typedef struct BSDSteeringPolicy {
     uint32_t v3, v4, v5, v6;
     uint8_t v7;
@@ -169,6 +219,8 @@ typedef struct BSDSteeringPolicy {
     uint8_t v9, v10, v11, v12, v13;
 } BSDSteeringPolicy;
 
+/** The BSDStaSelectPolicy record (band steering).
+ *  Operations: @ref intfVelmor_rec_BSDStaSelectPolicy. */
 typedef struct BSDStaSelectPolicy {
     uint32_t v3, v4;
     uint8_t v5;
@@ -178,6 +230,7 @@ typedef struct BSDStaSelectPolicy {
     uint8_t v14, v15, v16, v17, v18, v19, v20;
 } BSDStaSelectPolicy;
 
+/** The BSDItfCfg record (band steering). Operations: @ref intfVelmor_rec_BSDItfCfg. */
 typedef struct BSDItfCfg {
     char s3[64];
     char s4[64];
@@ -186,10 +239,12 @@ typedef struct BSDItfCfg {
     uint32_t v7;
 } BSDItfCfg;
 
+/** The bounceDetection record (band steering). Operations: @ref intfVelmor_rec_bounceDetection. */
 typedef struct bounceDetection {
     uint32_t v3, v4, v5;
 } bounceDetection;
 
+/** The BSDCfg record (band steering). Operations: @ref intfVelmor_rec_BSDCfg. */
 typedef struct BSDCfg {
     uint32_t v3, v4;
     uint8_t v5;
@@ -198,14 +253,16 @@ typedef struct BSDCfg {
     bounceDetection bounce;
 } BSDCfg;
 
+/** The BsdStatsRadio record (band steering). Operations: @ref intfVelmor_rec_BsdStatsRadio. */
 typedef struct BsdStatsRadio {
     char s3[15];
     uint32_t v4, v5, v6;
     char s7[32];
 } BsdStatsRadio;
 
+/** The BsdStatsStation record (band steering). Operations: @ref intfVelmor_rec_BsdStatsStation. */
 typedef struct BsdStatsStation {
-    char mac[18];  /* hardware address text, "aa:bb:cc:dd:ee:ff" */
+    char mac[18];  /**< hardware address text, "aa:bb:cc:dd:ee:ff" */
     char s4[15];
     char s5[15];
     uint32_t v6, v7, v8, v9, v10;
@@ -214,15 +271,19 @@ typedef struct BsdStatsStation {
     char s13[32];
 } BsdStatsStation;
 
+/** The BSDDevices record (band steering). Operations: @ref intfVelmor_rec_BSDDevices. */
 typedef struct BSDDevices {
-    char mac[18];  /* hardware address text, "aa:bb:cc:dd:ee:ff" */
+    char mac[18];  /**< hardware address text, "aa:bb:cc:dd:ee:ff" */
     uint32_t v4;
     int8_t v5, v6, v7;
 } BSDDevices;
 
 /* Fixed tables: every entry always travels, in use or not. */
+/** The capacity of BandSteeringCfg::itfCfgs. */
 #define INTFVELMOR_BSD_ITFS 8
+/** The capacity of BandSteeringCfg::devices. */
 #define INTFVELMOR_BSD_DEVICES 200
+/** The BandSteeringCfg record (band steering). Operations: @ref intfVelmor_rec_BandSteeringCfg. */
 typedef struct BandSteeringCfg {
     int8_t v3;
     BSDCfg bsdCfg;
@@ -230,6 +291,7 @@ typedef struct BandSteeringCfg {
     BSDDevices devices[INTFVELMOR_BSD_DEVICES];
 } BandSteeringCfg;
 
+/** The record types of this header, for code that walks them: X(type). */
 #define INTFVELMOR_STATION_TYPES(X) \
     X(assocDevDescr)                \
     X(assocDevListReq)              \
@@ -261,5 +323,7 @@ typedef struct BandSteeringCfg {
     X(BsdStatsStation)              \
     X(BSDDevices)                   \
     X(BandSteeringCfg)
+
+/** @} */
 
 #endif /* INTFVELMOR_STATION_H */
