@@ -18,6 +18,8 @@ void onTrace(void *, const refhost_traceEvent *ev)
 {
     if (ev->kind == REFHOST_TRACE_REQUEST)
         gCurrent = (int)ev->index;
+    if (ev->kind == REFHOST_TRACE_NOTIFICATION)
+        gCurrent = -1;  // the client's handler is no request to answer
     if (ev->kind != REFHOST_TRACE_CODE)
         printf("%s %s %s\n", kKinds[ev->kind], ev->entryName ? ev->entryName : "",
                toHex(ev->bytes, ev->length).c_str());
@@ -25,7 +27,10 @@ void onTrace(void *, const refhost_traceEvent *ev)
 
 void answer(void *ctx)
 {
+    if (gCurrent < 0)
+        return;
     const Command &c = commands()[(size_t)gCurrent];
+    gCurrent = -1;
     c.answer(ctx);
     if (c.name == "getCCAStatistic")
         for (const Notification &n : notifications())
