@@ -14,6 +14,7 @@
 //                                     was answered, failed, then answered again
 //   bus_peer client ADDR wait         a held call, then run until the bus goes away
 //   bus_peer own ADDR                 tries to serve (own the name) and says how it went
+//   bus_peer offline -                calls refused before anything is sent
 //   bus_peer hostile ADDR SERVICE_PID raw D-Bus calls with bad bodies and signatures
 //
 // Lines: "trace DIR KIND ENTRY HEX" for what crossed, "answered NAME ok",
@@ -184,6 +185,36 @@ int own(const char *addr)
     uint32_t rc = intfVelmor_modSrv_recvMsg_getCCAStatistic(
         gSrv, tolkbus_token((tolkbus_fn)onRequest<>), 0, 0);
     printf("own rc=0x%x\n", (unsigned)rc);
+    tolkbus_reset();
+    return 0;
+}
+
+// Calls refused before anything is sent: each body is still freed, once.
+int offline()
+{
+    iv::setLogSink(libLine);
+    setvbuf(stdout, nullptr, _IOLBF, 0);
+    if (intfVelmor_initialize() != 0)
+        return 1;
+    void *cli = tolkbus_newUser("client");
+    void *nameless = tolkbus_newUser("");
+    intfVelmor_regUser_msgMngt(cli, 0, nullptr, INTFVELMOR_SEL_BOTH);
+    intfVelmor_regUser_msgMngt(nameless, 0, nullptr, INTFVELMOR_SEL_BOTH);
+    auto attempt = [](const char *what, uint32_t rc) {
+        tolkbus_statsInfo s = tolkbus_stats();
+        printf("%s rc=0x%x freed=%u serialized=%u\n", what, (unsigned)rc, s.bodiesFreed,
+               s.serialized);
+    };
+    auto onStats = onResponse<ccaStats *>;
+    attempt("unmappable-service",
+            intfVelmor_sendReq_getCCAStatistic(cli, onStats, 1, 0, ""));
+    attempt("not-connected",
+            intfVelmor_sendReq_getCCAStatistic(cli, onStats, 1, 0, "wifi"));
+    attempt("serve-nameless", intfVelmor_modSrv_recvMsg_getCCAStatistic(
+                                  nameless, tolkbus_token((tolkbus_fn)onRequest<>), 0, 0));
+    intfVelmor_sendReq_ntfyBeaconReport(nameless, 0, 0, "ab", 1, 2);
+    attempt("publish-nameless", 0);
+    printStats("end");
     tolkbus_reset();
     return 0;
 }
@@ -531,6 +562,8 @@ int main(int argc, char **argv)
         return client(addr, argc - 3, argv + 3);
     if (role == "own")
         return own(addr);
+    if (role == "offline")
+        return offline();
     if (role == "hostile" && argc > 3)
         return hostile(addr, atol(argv[3]));
     fprintf(stderr, "unknown role %s\n", role.c_str());

@@ -298,6 +298,24 @@ TEST(BusNames, UserAndEntryNamesMapReversiblyOrAreRefused)
     EXPECT_EQ(TOLKBUS_ERR_NAME, tolkbus_entryName("_Get", out, sizeof out));
 }
 
+// Refused before sending: a service name no bus name can carry, no
+// connection, a nameless user serving or publishing. Every body is freed.
+TEST(BusOffline, RefusedCallsStillFreeTheirBodies)
+{
+    FILE *f = popen(BUS_PEER " offline -", "r");
+    ASSERT_NE(nullptr, f);
+    std::string out;
+    char buf[1024];
+    for (size_t n; (n = fread(buf, 1, sizeof buf, f)) > 0;)
+        out.append(buf, n);
+    EXPECT_EQ(0, pclose(f));
+    EXPECT_TRUE(contains(out, "unmappable-service rc=0x106 freed=1 serialized=0")) << out;
+    EXPECT_TRUE(contains(out, "not-connected rc=0x107 freed=2 serialized=0")) << out;
+    EXPECT_TRUE(contains(out, "serve-nameless rc=0x106")) << out;
+    EXPECT_TRUE(contains(out, "publish-nameless rc=0x0 freed=3 serialized=0")) << out;
+    EXPECT_TRUE(contains(out, "stats end bodies=0 contexts=0 pending=0")) << out;
+}
+
 // ---- across processes -----------------------------------------------------------
 
 TEST_F(Bus, EveryCommandAndNotificationCrossesWithTheReferenceHostsBytes)
