@@ -501,7 +501,9 @@ TEST_F(Bus, HostilePeerIsRefusedAndTheServiceStaysUpAndFlat)
     long before = 0, after = 1 << 30;
     sscanf(h.c_str() + h.find("rss"), "rss before=%ld after=%ld", &before, &after);
     EXPECT_GT(before, 0);
+#ifndef IV_BUS_SANITIZED  // a sanitizer's quarantine keeps freed memory resident
     EXPECT_LE(after - before, 128) << "service RSS grew from " << before << " kB to " << after;
+#endif
 
     ASSERT_TRUE(srv.running()) << "the service died";
     srv.signal(SIGTERM);
