@@ -67,6 +67,9 @@
  *
  * Threads: none of its own. Every function of this header (except
  * tolkbus_stop) and of tolkHost.h runs on the thread that runs the loop.
+ * Handlers, callbacks and hooks may send, answer and publish, but must not
+ * disconnect or reset: they call tolkbus_stop, and the program disconnects
+ * once tolkbus_run has returned.
  * Compiles as C99 and as C++.
  */
 #ifndef TOLK_BUSHOST_H
