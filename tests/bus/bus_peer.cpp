@@ -12,6 +12,7 @@
 //   bus_peer client ADDR repeat SECONDS
 //                                     getCCAStatistic again and again, until it
 //                                     was answered, failed, then answered again
+//   bus_peer client ADDR foreign      subscribed to another publisher only
 //   bus_peer client ADDR wait         a held call, then run until the bus goes away
 //   bus_peer own ADDR                 tries to serve (own the name) and says how it went
 //   bus_peer offline -                calls refused before anything is sent
@@ -295,13 +296,36 @@ int clientNoReply(const std::string &name)
     return clientOne("getCCAStatistic", 5000);
 }
 
+void subscribeBeaconReports(const char *publisher)
+{
+    uint32_t rc = intfVelmor_modCliNtfyUser_recvMsg_beaconReport(
+        gSrv, tolkbus_token((tolkbus_fn)onRequest<char *, int8_t, int8_t>), 0, 0, publisher,
+        nullptr);
+    printf("subscribed %s rc=0x%x\n", publisher, (unsigned)rc);
+}
+
+// Subscribed to another publisher's beacon reports: the service's are not
+// delivered, though they match every other part of the rule.
+int clientForeign()
+{
+    subscribeBeaconReports("other");
+    int rc = clientOne("getCCAStatistic", 5000);
+    pump([] { return false; }, 300);
+    printf("notified %zu\n", g_handled.size());
+    return rc;
+}
+
 int clientRepeat(unsigned seconds)
 {
     const Command *c = commandNamed("getCCAStatistic");
     tolkbus_setCallTimeout(2000);
+    subscribeBeaconReports("wifi");
     int phase = 0;  // 0 waiting for an answer, 1 for a failure, 2 for an answer again
+    size_t notifiedBefore = 0;
     uint64_t end = nowMs() + seconds * 1000ull;
     while (phase < 3 && nowMs() < end) {
+        if (phase == 2)
+            notifiedBefore = g_handled.size();
         size_t answers = g_answered.size();
         uint32_t failures = tolkbus_stats().failures;
         if (c->send(gSrv) == 0)
@@ -315,6 +339,9 @@ int clientRepeat(unsigned seconds)
         printf("phase %d\n", phase);
         pump([] { return false; }, 100);
     }
+    // The restarted service's notifications reach the old subscription.
+    pump([&] { return g_handled.size() > notifiedBefore; }, 2000);
+    printf("notified after restart %zu\n", g_handled.size() - notifiedBefore);
     printStats("end");
     return phase == 3 ? 0 : 1;
 }
@@ -350,6 +377,8 @@ int client(const char *addr, int argc, char **argv)
         rc = clientRepeat((unsigned)atoi(argv[1]));
     else if (mode == "wait")
         return clientWait();
+    else if (mode == "foreign")
+        rc = clientForeign();
     printStats("end");
     tolkbus_reset();
     return rc;

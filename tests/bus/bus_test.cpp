@@ -364,6 +364,12 @@ TEST_F(Bus, EveryCommandAndNotificationCrossesWithTheReferenceHostsBytes)
     // What the service saw of that exchange.
     EXPECT_EQ(expected, crossed(srv.output(), {"in REQUEST", "out RESPONSE", "out NOTIFICATION"}));
 
+    // Subscribed to another publisher only: nothing from this one.
+    std::string foreign = run("client", {"foreign"}, &rc);
+    EXPECT_EQ(0, rc) << foreign;
+    EXPECT_TRUE(contains(foreign, "subscribed other rc=0x0")) << foreign;
+    EXPECT_TRUE(contains(foreign, "notified 0")) << foreign;
+
     // A request without a response callback: the service is told no answer is due.
     std::string nr = run("client", {"noreply", "getChannelCreated"}, &rc);
     EXPECT_EQ(0, rc) << nr;
@@ -371,7 +377,8 @@ TEST_F(Bus, EveryCommandAndNotificationCrossesWithTheReferenceHostsBytes)
     srv.signal(SIGTERM);
     EXPECT_EQ(0, srv.wait(10000));
     std::string s = srv.output();
-    EXPECT_EQ(14u + 2u, count(s, "handled ")) << s;  // the 14, then getChannelCreated, getCCAStatistic
+    // The 14, getCCAStatistic for the foreign subscriber, getChannelCreated, getCCAStatistic.
+    EXPECT_EQ(14u + 3u, count(s, "handled ")) << s;
     EXPECT_EQ(0u, count(s, "MISMATCH")) << s;
     EXPECT_TRUE(contains(s, "handled getChannelCreated ok needres=1")) << s;
     EXPECT_TRUE(contains(s, "handled getCCAStatistic ok needres=0")) << s;
@@ -445,6 +452,8 @@ TEST_F(Bus, RestartedServiceIsReachedAgainByTheSameClient)
     srv = &service();
     EXPECT_EQ(0, cli.wait(20000)) << cli.output();
     EXPECT_TRUE(contains(cli.output(), "stats end bodies=0 contexts=0 pending=0"));
+    // Its subscription follows the name to the new connection.
+    EXPECT_TRUE(contains(cli.output(), "notified after restart 2")) << cli.output();
     srv->signal(SIGTERM);
     EXPECT_EQ(0, srv->wait(10000));
 }
