@@ -12,7 +12,7 @@
 //   bus_peer client ADDR repeat SECONDS
 //                                     getCCAStatistic again and again, until it
 //                                     was answered, failed, then answered again
-//   bus_peer client ADDR foreign      subscribed to another publisher only
+//   bus_peer client ADDR foreign      two users, subscribed to two publishers
 //   bus_peer client ADDR wait         a held call, then run until the bus goes away
 //   bus_peer own ADDR                 tries to serve (own the name) and says how it went
 //   bus_peer offline -                calls refused before anything is sent
@@ -296,22 +296,31 @@ int clientNoReply(const std::string &name)
     return clientOne("getCCAStatistic", 5000);
 }
 
-void subscribeBeaconReports(const char *publisher)
+// The handler gets ref back with each report.
+void subscribeBeaconReports(void *user, const char *publisher, uint32_t ref)
 {
     uint32_t rc = intfVelmor_modCliNtfyUser_recvMsg_beaconReport(
-        gSrv, tolkbus_token((tolkbus_fn)onRequest<char *, int8_t, int8_t>), 0, 0, publisher,
+        user, tolkbus_token((tolkbus_fn)onRequest<char *, int8_t, int8_t>), ref, 0, publisher,
         nullptr);
     printf("subscribed %s rc=0x%x\n", publisher, (unsigned)rc);
 }
 
-// Subscribed to another publisher's beacon reports: the service's are not
-// delivered, though they match every other part of the rule.
+// Two users of one connection: one subscribed to the service's beacon
+// reports, one to another publisher's. Both rules reach the daemon, so the
+// reports come to the connection; only the first user may get them.
 int clientForeign()
 {
-    subscribeBeaconReports("other");
+    void *other = tolkbus_newUser("client2");
+    intfVelmor_regUser_msgMngt(other, 0, nullptr, INTFVELMOR_SEL_BOTH);
+    subscribeBeaconReports(other, "other", 2);
+    subscribeBeaconReports(gSrv, "wifi", 1);
     int rc = clientOne("getCCAStatistic", 5000);
-    pump([] { return false; }, 300);
-    printf("notified %zu\n", g_handled.size());
+    pump([] { return g_handled.size() >= 2; }, 2000);
+    pump([] { return false; }, 200);
+    unsigned mine = 0, foreign = 0;
+    for (const Call &c : g_handled)
+        (c.ref == 1 ? mine : foreign)++;
+    printf("notified wifi=%u other=%u\n", mine, foreign);
     return rc;
 }
 
@@ -319,7 +328,7 @@ int clientRepeat(unsigned seconds)
 {
     const Command *c = commandNamed("getCCAStatistic");
     tolkbus_setCallTimeout(2000);
-    subscribeBeaconReports("wifi");
+    subscribeBeaconReports(gSrv, "wifi", 0);
     int phase = 0;  // 0 waiting for an answer, 1 for a failure, 2 for an answer again
     size_t notifiedBefore = 0;
     uint64_t end = nowMs() + seconds * 1000ull;
