@@ -482,11 +482,21 @@ std::string reason(const Decoded &r)
     }
 }
 
-// The full account of a refusal.
-std::string diagnosis(const Decoded &r, const std::vector<uint8_t> &in)
+// A library line with the name of the function that logs it left out: the
+// frame is read alike by every body callback, each under its own name.
+std::string withoutCaller(const std::string &line)
 {
-    std::string out = format("%s: refused with code %u (%s)\n", r.name().c_str(), r.rc,
-                             codeMeaning(r.rc));
+    size_t from = line.find("-> ");
+    size_t to = from == std::string::npos ? from : line.find('(', from);
+    if (to == std::string::npos)
+        return line;
+    return line.substr(0, from + 3) + "<body callback>" + line.substr(to);
+}
+
+// Where and why the library stopped, and its lines.
+std::string account(const Decoded &r, const std::vector<uint8_t> &in, bool anonymous)
+{
+    std::string out;
     if (r.stop.located) {
         std::string item = r.stop.path.empty() ? "(member not located)" : r.stop.path;
         if (r.stop.path == "magic" || r.stop.path == "stamp")
@@ -507,11 +517,31 @@ std::string diagnosis(const Decoded &r, const std::vector<uint8_t> &in)
                "\n";
     }
     out += "  why:          " + reason(r) + "\n";
-    if (r.log.empty())
+    if (r.log.empty()) {
         out += "  library log:  (no line)\n";
-    else
+    } else if (anonymous) {
+        out += "  library log (each body callback logs these under its own name):\n";
+        for (const LogLine &l : r.log)
+            out += format("    <%d> ", l.prio) + withoutCaller(l.text) + "\n";
+    } else {
         out += "  library log:\n" + logText(r.log, "    ");
+    }
     return out;
+}
+
+// The full account of a refusal.
+std::string diagnosis(const Decoded &r, const std::vector<uint8_t> &in)
+{
+    return format("%s: refused with code %u (%s)\n", r.name().c_str(), r.rc, codeMeaning(r.rc)) +
+           account(r, in, false);
+}
+
+// A frame that no message can read, from one message's refusal of it.
+std::string frameDiagnosis(const Decoded &r, const std::vector<uint8_t> &in)
+{
+    return format("every body callback refuses it with code %u (%s)\n", r.rc,
+                  codeMeaning(r.rc)) +
+           account(r, in, true);
 }
 
 // A decode that read every byte is a fit. The library reads a body or a
@@ -635,21 +665,18 @@ int decodeMessages(const Options &o, const std::vector<uint8_t> &in)
         bool bad = !magicRead || iv::readScalar32(who, p, end, 1, stamp);
         gLog.clear();
         // An unreadable frame stops the library at the same item for every
-        // message with this magic, and for any message when item 0 is bad.
+        // message with this magic, and for any message when item 0 is bad:
+        // one of them is read to have the library's record and lines, which
+        // are shown without its name.
         const Message *probe = magicRead ? nullptr : &messages()[0];
         for (const Message &msg : messages())
             if (magicRead && !probe && msg.m->magic == magic)
                 probe = &msg;
         if (bad && probe) {
             Decoded r = decodeBody(*probe, iv::kReq, in);
-            fprintf(stderr, "intfvelmor-wire: the frame (item 0 magic, item 1 stamp) cannot be read\n%s",
-                    diagnosis(r, in).c_str());
-            return 1;
-        }
-        if (bad) {
-            fprintf(stderr, "intfvelmor-wire: no message has magic 0x%08x (item 0), and item 1 "
-                            "(the stamp) at offset %zu cannot be read\n",
-                    magic, (size_t)(p - in.data()));
+            fprintf(stderr, "intfvelmor-wire: the frame (item 0 magic, item 1 stamp) cannot be "
+                            "read, so no message is recognised\n%s",
+                    frameDiagnosis(r, in).c_str());
             return 1;
         }
         std::string sameMagic;
@@ -685,8 +712,13 @@ int decodeMessages(const Options &o, const std::vector<uint8_t> &in)
             partial.push_back(&r);
     }
     // The library accepts a body with bytes after it: such a decode is shown
-    // when none reads every byte.
-    const std::vector<const Decoded *> &shown = fits.empty() ? partial : fits;
+    // when none reads every byte. When the tool guesses among candidates, it
+    // stands only if no other candidate refuses the bytes: a short reading
+    // beside a refusal is most likely the refused body read as a shorter one
+    // (an empty request, say), and the guess fails.
+    size_t refused = results.size() - fits.size() - partial.size();
+    bool doubtful = results.size() > 1 && fits.empty() && refused > 0;
+    const std::vector<const Decoded *> &shown = fits.empty() && !doubtful ? partial : fits;
 
     std::string out, err;
     if (results.size() > 1) {
@@ -712,7 +744,16 @@ int decodeMessages(const Options &o, const std::vector<uint8_t> &in)
             if (!r.ok())
                 err += diagnosis(r, in);
         fputs(out.c_str(), stdout);
-        fprintf(stderr, "intfvelmor-wire: the bytes do not decode\n%s", err.c_str());
+        if (doubtful)
+            fprintf(stderr,
+                    "intfvelmor-wire: no candidate reads every byte, and %zu refuse%s them: "
+                    "the %s that leave%s bytes over %s not taken as the message; name one "
+                    "with --message NAME --type req|res for the library's verdict on it\n%s",
+                    refused, refused == 1 ? "s" : "", partial.size() == 1 ? "reading" : "readings",
+                    partial.size() == 1 ? "s" : "", partial.size() == 1 ? "is" : "are",
+                    err.c_str());
+        else
+            fprintf(stderr, "intfvelmor-wire: the bytes do not decode\n%s", err.c_str());
         return 1;
     }
     if (fits.empty())  // nothing read every byte: why the others stopped
