@@ -22,68 +22,91 @@ void show(const Decoded &r, const std::vector<uint8_t> &in, const Options &o, st
     out += treeOf(r);
 }
 
+using Candidates = std::vector<std::pair<const Message *, int32_t>>;
+
+// --message NAME [--type req|res]: that body, or both of the message's.
+Candidates named(const Options &o)
+{
+    const Message &msg = findMessage(o.message);
+    if (!o.type.empty()) {
+        int32_t type = parseType(o.type);
+        checkType(msg, type);
+        return {{&msg, type}};
+    }
+    Candidates c{{&msg, iv::kReq}};
+    if (!msg.m->ntfy)
+        c.push_back({&msg, iv::kRes});
+    return c;
+}
+
+// The bodies of every message whose magic and stamp the frame carries, and
+// `header` naming them; none, with the reason on stderr, when the frame
+// cannot be read or no message carries it.
+Candidates recognised(const std::vector<uint8_t> &in, std::string &header)
+{
+    Frame frame = readFrame(in);
+    uint32_t magic = frame.magic, stamp = frame.stamp;
+    // An unreadable frame stops the library at the same item for every
+    // message with this magic, and for any message when item 0 is bad: one of
+    // them is read to have the library's record and lines, which are shown
+    // without its name.
+    const Message *probe = frame.magicRead ? nullptr : &messages()[0];
+    for (const Message &msg : messages())
+        if (frame.magicRead && !probe && msg.m->magic == magic)
+            probe = &msg;
+    if (!frame.read && probe) {
+        Decoded r = decodeBody(*probe, iv::kReq, in);
+        fprintf(stderr, "intfvelmor-wire: the frame (item 0 magic, item 1 stamp) cannot be "
+                        "read, so no message is recognised\n%s",
+                frameDiagnosis(r, in).c_str());
+        return {};
+    }
+    if (!frame.read) {
+        fprintf(stderr, "intfvelmor-wire: no message has magic 0x%08x (item 0), and item 1 "
+                        "(the stamp) at offset %zu cannot be read\n",
+                magic, frame.stampAt);
+        return {};
+    }
+    Candidates c;
+    std::string sameMagic;
+    for (const Message &msg : messages()) {
+        if (msg.m->magic != magic)
+            continue;
+        sameMagic += format("%s%s (stamp %u)", sameMagic.empty() ? "" : ", ", msg.m->name,
+                            (unsigned)msg.m->stamp);
+        if (msg.m->stamp != (uint16_t)stamp)
+            continue;
+        c.push_back({&msg, iv::kReq});
+        if (!msg.m->ntfy)
+            c.push_back({&msg, iv::kRes});
+    }
+    if (c.empty())
+        fprintf(stderr, "intfvelmor-wire: no message has magic 0x%08x with stamp %u%s%s\n", magic,
+                stamp, sameMagic.empty() ? "" : "; with that magic: ", sameMagic.c_str());
+    header = format("magic 0x%08x, stamp %u:", magic, stamp);
+    return c;
+}
+
+// One candidate's verdict, on one line.
+std::string verdict(const Decoded &r, const std::vector<uint8_t> &in)
+{
+    if (readAllBytes(r, in))
+        return "fits";
+    if (r.ok())
+        return format("decodes, but leaves %zu bytes unread", in.size() - r.stop.offset);
+    return format("does not fit: %s at offset %u: %s",
+                  r.stop.path.empty() ? "?" : r.stop.path.c_str(), r.stop.offset,
+                  reason(r).c_str());
+}
+
 // decode --message NAME [--type req|res], or decode with neither: the message
 // is recognised from its frame, and every candidate goes through the library.
 int decodeMessages(const Options &o, const std::vector<uint8_t> &in)
 {
-    std::vector<std::pair<const Message *, int32_t>> candidates;
-    std::string header;
-    if (!o.message.empty()) {
-        const Message &msg = findMessage(o.message);
-        if (!o.type.empty()) {
-            int32_t type = parseType(o.type);
-            checkType(msg, type);
-            candidates.push_back({&msg, type});
-        } else {
-            candidates.push_back({&msg, iv::kReq});
-            if (!msg.m->ntfy)
-                candidates.push_back({&msg, iv::kRes});
-        }
-    } else {
-        // The frame's two items name the message.
-        Frame frame = readFrame(in);
-        uint32_t magic = frame.magic, stamp = frame.stamp;
-        // An unreadable frame stops the library at the same item for every
-        // message with this magic, and for any message when item 0 is bad:
-        // one of them is read to have the library's record and lines, which
-        // are shown without its name.
-        const Message *probe = frame.magicRead ? nullptr : &messages()[0];
-        for (const Message &msg : messages())
-            if (frame.magicRead && !probe && msg.m->magic == magic)
-                probe = &msg;
-        if (!frame.read && probe) {
-            Decoded r = decodeBody(*probe, iv::kReq, in);
-            fprintf(stderr, "intfvelmor-wire: the frame (item 0 magic, item 1 stamp) cannot be "
-                            "read, so no message is recognised\n%s",
-                    frameDiagnosis(r, in).c_str());
-            return 1;
-        }
-        if (!frame.read) {
-            fprintf(stderr, "intfvelmor-wire: no message has magic 0x%08x (item 0), and item 1 "
-                            "(the stamp) at offset %zu cannot be read\n",
-                    magic, frame.stampAt);
-            return 1;
-        }
-        std::string sameMagic;
-        for (const Message &msg : messages()) {
-            if (msg.m->magic != magic)
-                continue;
-            sameMagic += format("%s%s (stamp %u)", sameMagic.empty() ? "" : ", ", msg.m->name,
-                                (unsigned)msg.m->stamp);
-            if (msg.m->stamp != (uint16_t)stamp)
-                continue;
-            candidates.push_back({&msg, iv::kReq});
-            if (!msg.m->ntfy)
-                candidates.push_back({&msg, iv::kRes});
-        }
-        if (candidates.empty()) {
-            fprintf(stderr, "intfvelmor-wire: no message has magic 0x%08x with stamp %u%s%s\n",
-                    magic, stamp, sameMagic.empty() ? "" : "; with that magic: ",
-                    sameMagic.c_str());
-            return 1;
-        }
-        header = format("magic 0x%08x, stamp %u:", magic, stamp);
-    }
+    std::string header = "candidates:";
+    Candidates candidates = o.message.empty() ? recognised(in, header) : named(o);
+    if (candidates.empty())
+        return 1;
 
     std::vector<Decoded> results;
     for (auto &c : candidates)
@@ -108,20 +131,9 @@ int decodeMessages(const Options &o, const std::vector<uint8_t> &in)
     std::string out, err;
     if (results.size() > 1) {
         // Which candidates fit, and why the others do not.
-        std::string summary = header.empty() ? std::string("candidates:") : header;
-        summary += "\n";
-        for (const Decoded &r : results) {
-            std::string verdict;
-            if (readAllBytes(r, in))
-                verdict = "fits";
-            else if (r.ok())
-                verdict = format("decodes, but leaves %zu bytes unread", in.size() - r.stop.offset);
-            else
-                verdict = format("does not fit: %s at offset %u: %s",
-                                 r.stop.path.empty() ? "?" : r.stop.path.c_str(), r.stop.offset,
-                                 reason(r).c_str());
-            summary += format("  %-40s %s\n", r.name().c_str(), verdict.c_str());
-        }
+        std::string summary = header + "\n";
+        for (const Decoded &r : results)
+            summary += format("  %-40s %s\n", r.name().c_str(), verdict(r, in).c_str());
         (o.json ? err : out) += summary + (o.json ? "" : "\n");
     }
     if (shown.empty()) {
