@@ -35,7 +35,7 @@ def encode(args, doc):
 
 
 def decode_json(args, data):
-    rc, out, err = run(["decode", "--json"] + args, data.hex())
+    rc, out, err = run(["decode", "--json"] + args, bytes.hex(data))
     assert rc == 0, f"decode {args} failed ({rc}): {err}"
     return json.loads(out)
 
@@ -166,7 +166,7 @@ class WireExamples(unittest.TestCase):
     def test_shared_magic_and_stamp_lists_every_fitting_candidate(self):
         # An empty station list is both a getAssocDevStats request and response.
         data = frame(0x29170612, 1) + scalar_item(3, 0)
-        rc, out, err = run(["decode", "--json"], data.hex())
+        rc, out, err = run(["decode", "--json"], bytes.hex(data))
         self.assertEqual(rc, 0, err)
         self.assertEqual({(d["message"], d["type"]) for d in json.loads(out)},
                          {("getAssocDevStats", "req"), ("getAssocDevStats", "res")})
@@ -226,7 +226,7 @@ class WireExamples(unittest.TestCase):
         # A scalar item whose length says 8 is read by its first four bytes.
         data = struct.pack(">IIII", 3, 8, 1, 0xDEAD) + b"".join(
             scalar_item(4 + i, 2 + i) for i in range(4))
-        rc, out, err = run(["decode", "--json", "-r", "ccaStats"], data.hex())
+        rc, out, err = run(["decode", "--json", "-r", "ccaStats"], bytes.hex(data))
         self.assertEqual(rc, 0, err)
         self.assertEqual(json.loads(out)["body"], {"v3": 1, "v4": 2, "v5": 3, "v6": 4, "v7": 5})
         self.assertIn("encodes these values differently from offset 7", err)
@@ -234,7 +234,7 @@ class WireExamples(unittest.TestCase):
 
 class MalformedBytes(unittest.TestCase):
     def refused(self, args, data, code):
-        rc, out, err = run(["decode"] + args, data if isinstance(data, str) else data.hex())
+        rc, out, err = run(["decode"] + args, data if isinstance(data, str) else bytes.hex(data))
         self.assertEqual(rc, 1, err)
         self.assertIn(f"refused with code {code}", err)
         return err
