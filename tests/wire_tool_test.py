@@ -7,6 +7,7 @@ record types, the demo's bytes, and the refusal of malformed input.
 import json
 import os
 import re
+import shutil
 import struct
 import subprocess
 import sys
@@ -374,6 +375,41 @@ class MalformedJson(unittest.TestCase):
                          len(encode(["-r", "APCfg"], {})) + 64)
         # Bytes above 0x7f are characters U+0080..U+00FF, one byte each.
         self.assertEqual(encode(["-r", "MacDef"], {"mac": "\u00e9"}), text_item(3, b"\xe9"))
+
+
+class Manual(unittest.TestCase):
+    """intfvelmor-wire(1) is made from the help text: nothing of it is lost."""
+
+    def test_the_manual_page_holds_every_word_and_entry_of_the_help(self):
+        sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..",
+                                        "tools", "wire"))
+        import man
+        rc, out, _ = run(["help"])
+        self.assertEqual(rc, 0)
+        text = out.decode()
+        page = man.page(text, "0")
+        # The page's text, its requests and escapes taken out, is the help's
+        # without its headings.
+        plain = [re.sub(r"\\f[BRI]|\\&", "", re.sub(r"^\.B ", "", l))
+                 .replace("\\-", "-").replace("\\e", "\\")
+                 for l in page.split("\n") if not l.startswith(".") or l.startswith(".B ")]
+        heads = re.findall(r"^\.SH (.*)$", page, re.M)
+        helped = [l for l in text.split("\n") if l.strip() and not re.match(r"^\S.*:$", l)]
+        self.assertEqual(" ".join(" ".join(plain).split()), " ".join(" ".join(helped).split()))
+        self.assertEqual(heads, ["NAME", "SYNOPSIS", "DESCRIPTION", "COMMANDS", "OPTIONS",
+                                 "INPUT", "EXIT STATUS", "EXAMPLES"])
+        # Every option and command is an entry of its own.
+        for term in ("list", "decode", "encode", "template", "help", "\\-m, \\-\\-message NAME",
+                     "\\-\\-binary", "FILE", "2"):
+            self.assertIn(f"\n.TP\n.B {term}\n", page)
+        # Every option the tool takes is in the help.
+        for option in ("--message", "--type", "--record", "--json", "--pretty", "--dump",
+                       "--binary", "-m,", "-t,", "-r,"):
+            self.assertIn(option, text)
+        if shutil.which("groff"):
+            p = subprocess.run(["groff", "-man", "-ww", "-z"], input=page, text=True,
+                               capture_output=True)
+            self.assertEqual((p.returncode, p.stderr), (0, ""))
 
 
 def main():

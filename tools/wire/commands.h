@@ -8,7 +8,7 @@ namespace wiretool {
 
 struct Options {
     std::string command, message, type, record, file;
-    bool json = false, pretty = false, dump = false, binary = false;
+    bool json = false, pretty = false, dump = false, binary = false, help = false;
 };
 
 // The messages with their magics and members, and the record types.
