@@ -72,17 +72,14 @@ if [ -n "$prefix" ]; then
             fail=1
         fi
     done
+    # The page's agreement with --help is the wire tool's own test; here it
+    # must be installed where man(1) finds it.
     if [ -n "$tool" ]; then
-        page=$(LC_ALL=C MANPAGER=cat MANWIDTH=250 man -M "$prefix/share/man" 1 intfvelmor-wire 2>&1 |
-               tr '\n' ' ' | tr -s ' ')
-        lost=$("$tool" --help | sed 1d | tr -s ' ' | sed 's/^ //' | while IFS= read -r line; do
-                   [ -z "$line" ] || printf '%s\n' "$page" | grep -qF -- "$line" || echo "$line"
-               done)
-        if [ -z "$lost" ]; then
-            echo "ok: man 1 intfvelmor-wire says every line of its --help"
+        page=$(LC_ALL=C MANPAGER=cat man -M "$prefix/share/man" 1 intfvelmor-wire 2>&1 || true)
+        if printf '%s\n' "$page" | grep -qF 'INTFVELMOR-WIRE(1)'; then
+            echo "ok: man 1 intfvelmor-wire opens the tool's page"
         else
-            printf '%s\n' "$lost"
-            echo "FAIL: the installed intfvelmor-wire(1) lacks these lines of its --help"
+            echo "FAIL: man -M $prefix/share/man 1 intfvelmor-wire does not open the tool's page"
             fail=1
         fi
     fi
