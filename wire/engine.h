@@ -154,6 +154,10 @@ struct Desc {
     static const DescTables<T> d;
 };
 
+// Whether T is described (IV_RECORD or IV_DESCRIBE) in this translation unit.
+template <class T>
+inline constexpr bool kDescribed = false;
+
 // T's description (the head of Desc<T>::d, with which it shares its address).
 template <class T>
 inline const TypeDesc &descOf()
