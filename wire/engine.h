@@ -254,17 +254,15 @@ struct Reporter {
 uint32_t copy(const TypeDesc &d, void *dst, const void *src);
 uint32_t length(const TypeDesc &d, const void *rec);
 
-// For callers that have checked their pointers: the wire length of a record
-// or body, its items written at p (the end returned), and the one-pass read
-// that takes only well-formed bytes (false: read them again with
-// readReporting, which takes what the format allows and reports).
-uint32_t wireLength(const TypeDesc &d, const void *rec);
-uint8_t *writeWire(const TypeDesc &d, const void *rec, uint8_t *p);
-bool readWellFormed(const TypeDesc &d, void *rec, const uint8_t *&p, const uint8_t *end);
-// Reads member by member, reporting as `who` (message bodies report as the
-// body callback, their offsets counted from who.fail->start).
-uint32_t readReporting(const TypeDesc &d, void *rec, const uint8_t **pos, const uint8_t *end,
-                       const Reporter &who);
+// For callers that have checked their pointers: a record's or a body's
+// items written at p (the end returned), and read at pos by the one reader
+// (end null: trust item lengths). A refusal is recorded in who.fail, whose
+// start the caller has set, and reported as `who` (message bodies report as
+// their callback, records as their unserialize); pos is then at the refused
+// item.
+uint8_t *write(const TypeDesc &d, const void *rec, uint8_t *p);
+uint32_t read(const TypeDesc &d, void *rec, const uint8_t *&pos, const uint8_t *end,
+              const Reporter &who);
 
 // The exported record operations: their own arguments first and the type's
 // number last, so that each export is a single jump here and names its type
@@ -276,8 +274,8 @@ uint32_t recUnserialize(void *rec, const uint8_t **pos, uint32_t type);
 uint32_t recUnserializeBounded(void *rec, const uint8_t **pos, const uint8_t *end, uint32_t type);
 
 // Reads one record at *pos as its exported unserialize does; end bounds every
-// read (null: trust item lengths). When the bytes are refused, `fail` says
-// why and where; it is left alone otherwise.
+// read (null: trust item lengths). Sets fail.start; when the bytes are
+// refused, the rest of `fail` says why and where, and is left alone otherwise.
 uint32_t readRecord(const TypeDesc &d, void *rec, const uint8_t **pos, const uint8_t *end,
                     ReadFailure &fail);
 // One string item's text, read and checked against the capacity: the shared
