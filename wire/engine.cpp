@@ -234,16 +234,21 @@ inline uint8_t *putRun(uint8_t *p, const uint8_t *m, Head32 head, uint32_t n, Op
     return p;
 }
 
-// Reads up to n scalar32 items, whose bytes are known to be there, into
-// members of `width` bytes, as long as each is exactly tag, length 4,
-// value; returns how many were, with pos past them.
+// What the quick readers return when every item was as written; else the
+// number of members (or elements) of the step that were, read and stored.
+constexpr uint32_t kAll = 0xFFFFFFFF;
+
+// Reads n scalar32 items, whose bytes are known to be there, into members
+// of `width` bytes, as long as each is exactly tag, length 4, value: kAll,
+// or how many were; pos is past them.
 inline uint32_t getRun(const uint8_t *&pos, uint8_t *m, Head32 head, uint32_t n, uint32_t width)
 {
     const uint8_t *p = pos;
-    uint32_t i = 0;
-    for (; i < n; ++i) {
-        if (!head.at(p))
-            break;
+    for (uint32_t i = 0; i < n; ++i) {
+        if (!head.at(p)) {
+            pos = p;
+            return i;
+        }
         uint32_t v = rd32(p + 8);
         uint8_t *to = m + i * width;
         if (width == 1)
@@ -256,7 +261,7 @@ inline uint32_t getRun(const uint8_t *&pos, uint8_t *m, Head32 head, uint32_t n,
         p += kScalar32Size;
     }
     pos = p;
-    return i;
+    return kAll;
 }
 
 // Where the code is built for speed, each member width gets a loop of its
@@ -339,31 +344,26 @@ __attribute__((always_inline)) inline uint8_t *putScalars(const Step *s, const u
 
 // One scalar step read quickly: its items as long as each is exactly tag,
 // length, value, the bytes of its group checked first when it is the
-// group's first step. False when an item is not, or the group's bytes are
-// not all there: `k` members were read, p is past them.
-inline bool getScalars(const Step *s, uint8_t *rec, const uint8_t *&p, const uint8_t *end,
-                       uint32_t &k)
+// group's first step. kAll, or the members read when an item is not as
+// written or the group's bytes are not all there; p is past them.
+inline uint32_t getScalars(const Step *s, uint8_t *rec, const uint8_t *&p, const uint8_t *end)
 {
     uint8_t *m = rec + s->offset;
-    k = 0;
     if (s->bound && end && (uint32_t)(end - p) < s->bound)
-        return false;
+        return 0;
     if (s->op == Op::U64) {
         uint64_t len = word64(8);
         for (uint32_t i = 0; i < s->n; ++i) {
-            if (load64(p) != word64(s->tag + i) || load64(p + 8) != len) {
-                k = i;
-                return false;
-            }
+            if (load64(p) != word64(s->tag + i) || load64(p + 8) != len)
+                return i;
             store64(m + 8 * i, rd64(p + 16));
             p += kScalar64Size;
         }
-        return true;
+        return kAll;
     }
     Head32 head(s->tag, true);
-    k = IV_BY_WIDTH(s->op, getRun(p, m, head, s->n, scalarWidth(s->op)),
-                    getRun(p, m, head, s->n, 2), getRun(p, m, head, s->n, 4));
-    return k == s->n;
+    return IV_BY_WIDTH(s->op, getRun(p, m, head, s->n, scalarWidth(s->op)),
+                       getRun(p, m, head, s->n, 2), getRun(p, m, head, s->n, 4));
 }
 
 // One text item read quickly, when it is complete before end, has its tag,
@@ -383,6 +383,30 @@ inline bool getText(const Step *s, uint8_t *at, const uint8_t *&p, const uint8_t
     return true;
 }
 
+// What a read needs beyond its position, the same at every level: the end
+// (null: trust item lengths), where a refusal is recorded, and the message
+// body, if any, whose own level reports as its callback.
+struct Reading {
+    const uint8_t *end;
+    ReadFailure *fail;
+    const TypeDesc *body;
+    const Reporter *bodyReporter;
+
+    // Who reports a refusal in the level of type d that starts at `start`:
+    // a record as its own unserialize, the body's level as the body's callback.
+    Reporter reporter(const TypeDesc &d, const uint8_t *start) const
+    {
+        return &d == body ? *bodyReporter : Reporter{unserializeName(d), start, fail};
+    }
+};
+
+// A position being read, with the read it belongs to: a level passes its
+// own to the levels nested in it.
+struct Cursor {
+    const uint8_t *p;
+    const Reading *r;
+};
+
 struct Program {
     // Types whose steps are all scalar runs take these (writeFlat only where
     // built for size): they call nothing, so they keep everything in registers.
@@ -392,16 +416,28 @@ struct Program {
             p = putScalars(s, rec, p);
         return p;
     }
-    static uint32_t readFlat(const TypeDesc &d, uint8_t *rec, const uint8_t *&pos,
-                             const uint8_t *end, ReadFailure *fail, const Reporter *top)
+    // Reads quickly: kAll, or at the first item that is not as written, k
+    // of getScalars with s and p where it is.
+    static uint32_t getFlat(const TypeDesc &d, uint8_t *rec, const uint8_t *&p,
+                            const uint8_t *end, const Step *&at)
     {
-        const uint8_t *p = pos;
         for (const Step *s = d.steps(), *e = s + d.nsteps; s != e; ++s) {
-            uint32_t k;
-            if (!getScalars(s, rec, p, end, k))
-                return readOn(d, rec, pos, s, k, p, end, fail, top);
+            uint32_t k = getScalars(s, rec, p, end);
+            if (k != kAll) {
+                at = s;
+                return k;
+            }
         }
-        pos = p;
+        return kAll;
+    }
+    static uint32_t readFlat(const TypeDesc &d, uint8_t *rec, Cursor &at)
+    {
+        const uint8_t *p = at.p;
+        const Step *s;
+        uint32_t k = getFlat(d, rec, p, at.r->end, s);
+        if (k != kAll)
+            return readOn(d, rec, at.p, s, k, p, *at.r);
+        at.p = p;
         return 0;
     }
     static uint8_t *put(const TypeDesc &d, const uint8_t *rec, uint8_t *p)
@@ -414,12 +450,27 @@ struct Program {
         // keep once: write() takes the flat types too.
         return write(d, rec, p);
     }
-    // A record's level read, reporting as its own unserialize when `top` is
-    // null (nested records always), else as `top`.
-    static uint32_t get(const TypeDesc &d, uint8_t *rec, const uint8_t *&pos, const uint8_t *end,
-                        ReadFailure *fail, const Reporter *top = nullptr)
+    static uint32_t get(const TypeDesc &d, uint8_t *rec, Cursor &at)
     {
-        return d.nvars ? read(d, rec, pos, end, fail, top) : readFlat(d, rec, pos, end, fail, top);
+        return d.nvars ? read(d, rec, at) : readFlat(d, rec, at);
+    }
+    // The same for a nested record: a record of scalar runs is read out of
+    // line, where the level that reads it keeps its registers.
+    __attribute__((noinline)) static uint32_t readFlatOutOfLine(const TypeDesc &d, uint8_t *rec,
+                                                                Cursor &at)
+    {
+        return readFlat(d, rec, at);
+    }
+    static uint32_t getNested(const TypeDesc &d, uint8_t *rec, Cursor &at)
+    {
+        return d.nvars ? read(d, rec, at) : readFlatOutOfLine(d, rec, at);
+    }
+    static uint32_t getAt(const TypeDesc &d, uint8_t *rec, const uint8_t *&pos, const Reading &r)
+    {
+        Cursor at{pos, &r};
+        uint32_t err = get(d, rec, at);
+        pos = at.p;
+        return err;
     }
     static uint32_t size(const TypeDesc &d, const uint8_t *rec)
     {
@@ -446,17 +497,31 @@ struct Program {
         const TypeDesc &d = innermost(outer, rec);
         return put(d, rec, p);
     }
+    // A record of scalar runs is read with nothing set up for a refusal
+    // until one happens (flatRefused). `bodyReporter`: the reporter of a
+    // message body's level, null for a record's. The wrappers' levels have
+    // no other member: a failure inside adds their levels to the path, and
+    // no line of their own.
     static uint32_t getOuter(const TypeDesc &outer, uint8_t *rec, const uint8_t *&pos,
-                             const uint8_t *end, ReadFailure *fail, const Reporter *top)
+                             const uint8_t *end, ReadFailure *fail,
+                             const Reporter *bodyReporter)
     {
         uint8_t *at = rec;
         const TypeDesc &d = innermost(outer, at);
-        if (&d == &outer)
-            return get(d, rec, pos, end, fail, top);
-        // The wrappers' levels have no other member: a failure inside adds
-        // their levels to the path, and no line of their own.
-        uint32_t err = get(d, at, pos, end, fail);
-        if (err)
+        if (!d.nvars) {
+            const uint8_t *p = pos;
+            const Step *s;
+            uint32_t k = getFlat(d, at, p, end, s);
+            if (k != kAll)
+                return flatRefused(outer, d, at, pos, s, k, p, end, fail, bodyReporter);
+            pos = p;
+            return 0;
+        }
+        const Reading r{end, fail, bodyReporter ? &outer : nullptr, bodyReporter};
+        Cursor c{pos, &r};
+        uint32_t err = read(d, at, c);
+        pos = c.p;
+        if (err && &d != &outer)
             wrappersFailed(outer, d, fail);
         return err;
     }
@@ -468,15 +533,19 @@ struct Program {
     static void copy(const TypeDesc &d, uint8_t *dst, const uint8_t *src);
     static uint32_t length(const TypeDesc &d, const uint8_t *rec);
     static uint8_t *write(const TypeDesc &d, const uint8_t *rec, uint8_t *p);
-    static uint32_t read(const TypeDesc &d, uint8_t *rec, const uint8_t *&pos, const uint8_t *end,
-                         ReadFailure *fail, const Reporter *top);
-    static uint32_t readOn(const TypeDesc &d, uint8_t *rec, const uint8_t *&pos, const Step *s,
-                           uint32_t k, const uint8_t *p, const uint8_t *end, ReadFailure *fail,
-                           const Reporter *top);
-    static uint32_t nestedFailed(const TypeDesc &d, const uint8_t *rec, const uint8_t *&pos,
+    static uint32_t read(const TypeDesc &d, uint8_t *rec, Cursor &at);
+    __attribute__((cold)) static uint32_t readOn(const TypeDesc &d, uint8_t *rec, const uint8_t *&pos, const Step *s,
+                           uint32_t k, const uint8_t *p, const Reading &r);
+    __attribute__((cold)) static uint32_t nestedFailed(const TypeDesc &d, const uint8_t *rec, const uint8_t *&pos,
                                  const Step *s, uint32_t element, const uint8_t *p, uint32_t err,
-                                 ReadFailure *fail, const Reporter *top);
-    static void wrappersFailed(const TypeDesc &outer, const TypeDesc &inner, ReadFailure *fail);
+                                 const Reading &r);
+    __attribute__((cold)) static void wrappersFailed(const TypeDesc &outer, const TypeDesc &inner,
+                                                     ReadFailure *fail);
+    __attribute__((cold)) static uint32_t flatRefused(const TypeDesc &outer, const TypeDesc &d,
+                                                      uint8_t *rec, const uint8_t *&pos,
+                                                      const Step *s, uint32_t k, const uint8_t *p,
+                                                      const uint8_t *end, ReadFailure *fail,
+                                                      const Reporter *bodyReporter);
     static void errorsBefore(const Reporter &who, const uint8_t *rec, const Step *s,
                              uint32_t from, const Step *e);
 };
@@ -584,12 +653,15 @@ uint8_t *Program::write(const TypeDesc &d, const uint8_t *rec, uint8_t *p)
 // records and reports the first failure. Nested records are read by this
 // same reader; a failure inside one is unwound here (nestedFailed). On
 // return pos is past what was read, or at the refused item.
-uint32_t Program::read(const TypeDesc &d, uint8_t *rec, const uint8_t *&pos, const uint8_t *end,
-                       ReadFailure *fail, const Reporter *top)
+uint32_t Program::read(const TypeDesc &d, uint8_t *rec, Cursor &at)
 {
-    const uint8_t *p = pos;
-    for (const Step *s = d.steps(), *e = s + d.nsteps; s != e; ++s) {
-        uint32_t k;
+    // The nested records' reads take this level's own cursor: the position
+    // and, for their hand-over, the read.
+    Cursor c{at.p, at.r};
+    const uint8_t *&p = c.p, *end = at.r->end;
+    const Step *s = d.steps(), *e = s + d.nsteps;
+    uint32_t k = 0;  // where an item is not as written: the member or element of step s
+    for (; s != e; ++s) {
         switch (s->op) {  // scalar forms as case labels, as in write()
         case Op::U8:
         case Op::I8:
@@ -597,35 +669,37 @@ uint32_t Program::read(const TypeDesc &d, uint8_t *rec, const uint8_t *&pos, con
         case Op::I16:
         case Op::U32:
         case Op::U64:
-            if (!getScalars(s, rec, p, end, k))
-                return readOn(d, rec, pos, s, k, p, end, fail, top);
+            if ((k = getScalars(s, rec, p, end)) != kAll)
+                goto itemByItem;
             break;
         default: {
-            uint8_t *at = rec + s->offset;
+            uint8_t *m = rec + s->offset;
             switch (s->op) {
             case Op::Text:
-                if (!getText(s, at, p, end))
-                    return readOn(d, rec, pos, s, 0, p, end, fail, top);
+                if (!getText(s, m, p, end)) {
+                    k = 0;
+                    goto itemByItem;
+                }
                 break;
             case Op::Record:
-                if (uint32_t err = get(s->sub(), at, p, end, fail))
-                    return nestedFailed(d, rec, pos, s, ReadFailure::kWhole, p, err, fail, top);
+                if (uint32_t err = getNested(s->sub(), m, c))
+                    return nestedFailed(d, rec, at.p, s, ReadFailure::kWhole, p, err, *c.r);
                 break;
             case Op::ElemsU32: {
                 uint32_t n = elements(s, rec);
-                k = end && (uint32_t)(end - p) / kScalar32Size < n
-                        ? 0
-                        : getRun(p, at, Head32(s->tag, false), n, 4);
-                if (k != n)
-                    return readOn(d, rec, pos, s, k, p, end, fail, top);
+                k = 0;
+                if (end && (uint32_t)(end - p) / kScalar32Size < n)
+                    goto itemByItem;
+                if ((k = getRun(p, m, Head32(s->tag, false), n, 4)) != kAll)
+                    goto itemByItem;
                 break;
             }
             default: {  // ElemsRec, Table
                 uint32_t n = elements(s, rec);
                 const TypeDesc &elem = s->sub();
                 for (uint32_t i = 0; i < n; ++i)
-                    if (uint32_t err = get(elem, at + i * elem.size, p, end, fail))
-                        return nestedFailed(d, rec, pos, s, i, p, err, fail, top);
+                    if (uint32_t err = getNested(elem, m + i * elem.size, c))
+                        return nestedFailed(d, rec, at.p, s, i, p, err, *c.r);
                 break;
             }
             }
@@ -633,8 +707,10 @@ uint32_t Program::read(const TypeDesc &d, uint8_t *rec, const uint8_t *&pos, con
         }
         }
     }
-    pos = p;
+    at.p = p;
     return 0;
+itemByItem:
+    return readOn(d, rec, at.p, s, k, p, *c.r);
 }
 
 // The rest of a level, from member (or element) k of step s at p, read item
@@ -643,10 +719,10 @@ uint32_t Program::read(const TypeDesc &d, uint8_t *rec, const uint8_t *&pos, con
 // scalar element) logs "Error Before"; later nested records and record
 // elements stay silent.
 uint32_t Program::readOn(const TypeDesc &d, uint8_t *rec, const uint8_t *&pos, const Step *s,
-                         uint32_t k, const uint8_t *p, const uint8_t *end, ReadFailure *fail,
-                         const Reporter *top)
+                         uint32_t k, const uint8_t *p, const Reading &r)
 {
-    const Reporter who = top ? *top : Reporter{unserializeName(d), pos, fail};
+    const Reporter who = r.reporter(d, pos);
+    const uint8_t *end = r.end;
     uint32_t err = 0;
     const Step *e = d.steps() + d.nsteps;
     for (; s != e; ++s, k = 0) {
@@ -659,7 +735,7 @@ uint32_t Program::readOn(const TypeDesc &d, uint8_t *rec, const uint8_t *&pos, c
             });
             break;
         case Op::Record:
-            err = fromCopy(p, [&](const uint8_t *&q) { return get(s->sub(), m, q, end, fail); });
+            err = fromCopy(p, [&](const uint8_t *&q) { return getAt(s->sub(), m, q, r); });
             break;
         case Op::Table:
         case Op::ElemsRec: {
@@ -667,7 +743,7 @@ uint32_t Program::readOn(const TypeDesc &d, uint8_t *rec, const uint8_t *&pos, c
             const TypeDesc &sub = s->sub();
             for (uint32_t i = 0; i < n; ++i)
                 if ((err = fromCopy(p, [&](const uint8_t *&q) {
-                         return get(sub, m + i * sub.size, q, end, fail);
+                         return getAt(sub, m + i * sub.size, q, r);
                      }))) {
                     elem = i;
                     break;
@@ -704,7 +780,7 @@ uint32_t Program::readOn(const TypeDesc &d, uint8_t *rec, const uint8_t *&pos, c
                              (s[1].op == Op::ElemsRec || s[1].op == Op::ElemsU32);
                 elem = count ? ReadFailure::kCount : ReadFailure::kWhole;
             }
-            fail->step(field, elem);
+            r.fail->step(field, elem);
             break;
         }
     }
@@ -718,12 +794,25 @@ uint32_t Program::readOn(const TypeDesc &d, uint8_t *rec, const uint8_t *&pos, c
 // its read stopped: the level is unwound as readOn unwinds it.
 uint32_t Program::nestedFailed(const TypeDesc &d, const uint8_t *rec, const uint8_t *&pos,
                                const Step *s, uint32_t element, const uint8_t *p, uint32_t err,
-                               ReadFailure *fail, const Reporter *top)
+                               const Reading &r)
 {
-    const Reporter who = top ? *top : Reporter{unserializeName(d), pos, fail};
-    fail->step(s->field, element);
+    const Reporter who = r.reporter(d, pos);
+    r.fail->step(s->field, element);
     pos = p;
     errorsBefore(who, rec, s, 0, d.steps() + d.nsteps);
+    return err;
+}
+
+// A record of scalar runs at the top of a read (inside the wrappers of
+// `outer`, if any) has an item that is not as written.
+uint32_t Program::flatRefused(const TypeDesc &outer, const TypeDesc &d, uint8_t *rec,
+                              const uint8_t *&pos, const Step *s, uint32_t k, const uint8_t *p,
+                              const uint8_t *end, ReadFailure *fail, const Reporter *bodyReporter)
+{
+    const Reading r{end, fail, bodyReporter ? &outer : nullptr, bodyReporter};
+    uint32_t err = readOn(d, rec, pos, s, k, p, r);
+    if (err && &d != &outer)
+        wrappersFailed(outer, d, fail);
     return err;
 }
 
