@@ -374,14 +374,14 @@ constexpr std::array<Field, N> fieldsOf(const Described (&d)[N])
     return f;
 }
 
-// ---- the program of a description ---------------------------------------------------
+// ---- the steps compiled from a description ----------------------------------------------
 
 constexpr uint32_t scalarWire(Op op) { return op == Op::U64 ? 24 : 12; }
 
 inline uint16_t segmentTooLong() { return 0; }  // not constexpr: stops the compilation
 
 template <size_t K>
-struct Program {
+struct CompiledSteps {
     std::array<Step, K> steps{};
     size_t count = 0;
     std::array<uint8_t, K> vars{};  // the steps that are not scalar runs, by index
@@ -430,9 +430,9 @@ struct Program {
 };
 
 template <size_t K, size_t N>
-constexpr Program<K> compile(const Described (&d)[N])
+constexpr CompiledSteps<K> compile(const Described (&d)[N])
 {
-    Program<K> p{};
+    CompiledSteps<K> p{};
     for (size_t i = 0; i < N; ++i) {
         const Field &f = d[i].field;
         switch (f.form) {
@@ -452,13 +452,13 @@ constexpr Program<K> compile(const Described (&d)[N])
     return p;
 }
 
-// The steps of a program in an array of their own length: all that is kept.
+// The compiled steps in an array of their own length: all that is kept.
 template <size_t K, size_t N>
-constexpr std::array<Step, K> stepsOf(const Program<N> &big)
+constexpr std::array<Step, K> stepsOf(const CompiledSteps<N> &all)
 {
     std::array<Step, K> steps{};
     for (size_t i = 0; i < K; ++i)
-        steps[i] = big.steps[i];
+        steps[i] = all.steps[i];
     return steps;
 }
 
@@ -473,7 +473,7 @@ constexpr std::array<char, L> textOf(const char (&s)[L])
 
 // The list of variable steps, then the name: the bytes after the steps.
 template <size_t L, size_t K, size_t N>
-constexpr std::array<uint8_t, L> tailOf(const Program<K> &p, const char (&name)[N])
+constexpr std::array<uint8_t, L> tailOf(const CompiledSteps<K> &p, const char (&name)[N])
 {
     std::array<uint8_t, L> tail{};
     for (size_t i = 0; i < p.nvars; ++i)
@@ -521,28 +521,28 @@ constexpr std::array<uint8_t, L> tailOf(const Program<K> &p, const char (&name)[
         static constexpr auto names = ::iv::namesOf<::iv::namesLength(all)>(all);          \
         static constexpr auto title = ::iv::textOf(#T);                                    \
         static_assert(list.size() < 128, #T ": steps name their field in 8 bits");        \
-        static constexpr auto big = ::iv::compile<2 * list.size()>(all); \
-        static_assert(big.fixedWire < 0x10000, #T ": too many scalar members");            \
+        static constexpr auto compiled = ::iv::compile<2 * list.size()>(all); \
+        static_assert(compiled.fixedWire < 0x10000, #T ": too many scalar members");            \
     };                                                                                     \
     }                                                                                      \
     namespace iv {                                                                         \
     template <>                                                                            \
     struct DescTables<T> {                                                                 \
         TypeDesc head;                                                                     \
-        std::array<Step, ivFields_##T::big.count> steps;                                   \
-        std::array<uint8_t, ivFields_##T::big.nvars + sizeof kept> tail;                   \
+        std::array<Step, ivFields_##T::compiled.count> steps;                                   \
+        std::array<uint8_t, ivFields_##T::compiled.nvars + sizeof kept> tail;                   \
     };                                                                                     \
     static_assert(offsetof(DescTables<T>, steps) == sizeof(TypeDesc) &&                    \
                       offsetof(DescTables<T>, tail) ==                                     \
-                          sizeof(TypeDesc) + sizeof(Step) * ivFields_##T::big.count,       \
+                          sizeof(TypeDesc) + sizeof(Step) * ivFields_##T::compiled.count,       \
                   #T ": the steps, the variable steps and the name lie right after the head"); \
     template <>                                                                            \
     const DescTables<T> Desc<T>::d = {                                                     \
         {(uint16_t)ivFields_##T::list.size(), (uint16_t)sizeof(T),                         \
-         (uint8_t)ivFields_##T::big.count, (uint8_t)ivFields_##T::big.nvars,               \
-         (uint16_t)ivFields_##T::big.fixedWire},                                           \
-        ::iv::stepsOf<ivFields_##T::big.count>(ivFields_##T::big),                         \
-        ::iv::tailOf<ivFields_##T::big.nvars + sizeof kept>(ivFields_##T::big, kept)};     \
+         (uint8_t)ivFields_##T::compiled.count, (uint8_t)ivFields_##T::compiled.nvars,               \
+         (uint16_t)ivFields_##T::compiled.fixedWire},                                           \
+        ::iv::stepsOf<ivFields_##T::compiled.count>(ivFields_##T::compiled),                         \
+        ::iv::tailOf<ivFields_##T::compiled.nvars + sizeof kept>(ivFields_##T::compiled, kept)};     \
     template <>                                                                            \
     inline constexpr bool kDescribed<T> = true;                                            \
     template <>                                                                            \

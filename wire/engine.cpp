@@ -8,6 +8,9 @@
 
 namespace iv {
 
+static uint32_t readText(const Reporter &who, const uint8_t *&p, const uint8_t *end, uint32_t tag,
+                         char *dst, uint32_t cap);
+
 namespace {
 
 constexpr uint32_t kMalformed = 4;
@@ -175,7 +178,7 @@ inline uint32_t fromCopy(const uint8_t *&p, Reader reader)
     return err;
 }
 
-// ---- the program walkers ---------------------------------------------------------
+// ---- the walks over a type's steps ----------------------------------------------------
 
 inline uint32_t widen(Op op, const uint8_t *m)
 {
@@ -407,7 +410,9 @@ struct Cursor {
     const Reading *r;
 };
 
-struct Program {
+// The walks over a type's steps, one per operation (copy, length, write,
+// read), and the reader's hand-over and unwinding paths.
+struct Walk {
     // Types whose steps are all scalar runs take these (writeFlat only where
     // built for size): they call nothing, so they keep everything in registers.
     static uint8_t *writeFlat(const TypeDesc &d, const uint8_t *rec, uint8_t *p)
@@ -550,7 +555,7 @@ struct Program {
                              uint32_t from, const Step *e);
 };
 
-void Program::copy(const TypeDesc &d, uint8_t *dst, const uint8_t *src)
+void Walk::copy(const TypeDesc &d, uint8_t *dst, const uint8_t *src)
 {
     for (const Step *s = d.steps(), *e = s + d.nsteps; s != e; ++s) {
         uint8_t *to = dst + s->offset;
@@ -575,7 +580,7 @@ void Program::copy(const TypeDesc &d, uint8_t *dst, const uint8_t *src)
     }
 }
 
-uint32_t Program::length(const TypeDesc &d, const uint8_t *rec)
+uint32_t Walk::length(const TypeDesc &d, const uint8_t *rec)
 {
     // The scalar runs are counted in fixedWire: only the listed steps are visited.
     uint32_t len = d.fixedWire;
@@ -599,11 +604,11 @@ uint32_t Program::length(const TypeDesc &d, const uint8_t *rec)
     return len;
 }
 
-uint8_t *Program::write(const TypeDesc &d, const uint8_t *rec, uint8_t *p)
+uint8_t *Walk::write(const TypeDesc &d, const uint8_t *rec, uint8_t *p)
 {
     for (const Step *s = d.steps(), *e = s + d.nsteps; s != e; ++s) {
-        // The scalar forms as case labels, not isScalar(): GCC lays the
-        // switch out 2% faster on records of many runs.
+        // The scalar forms as case labels rather than isScalar(): see
+        // bench/README.md on how the switch is laid out.
         switch (s->op) {
         case Op::U8:
         case Op::I8:
@@ -653,7 +658,7 @@ uint8_t *Program::write(const TypeDesc &d, const uint8_t *rec, uint8_t *p)
 // records and reports the first failure. Nested records are read by this
 // same reader; a failure inside one is unwound here (nestedFailed). On
 // return pos is past what was read, or at the refused item.
-uint32_t Program::read(const TypeDesc &d, uint8_t *rec, Cursor &at)
+uint32_t Walk::read(const TypeDesc &d, uint8_t *rec, Cursor &at)
 {
     // The nested records' reads take this level's own cursor: the position
     // and, for their hand-over, the read.
@@ -718,7 +723,7 @@ itemByItem:
 // nothing after it: each later item of this level (scalar, text, count,
 // scalar element) logs "Error Before"; later nested records and record
 // elements stay silent.
-uint32_t Program::readOn(const TypeDesc &d, uint8_t *rec, const uint8_t *&pos, const Step *s,
+uint32_t Walk::readOn(const TypeDesc &d, uint8_t *rec, const uint8_t *&pos, const Step *s,
                          uint32_t k, const uint8_t *p, const Reading &r)
 {
     const Reporter who = r.reporter(d, pos);
@@ -780,7 +785,7 @@ uint32_t Program::readOn(const TypeDesc &d, uint8_t *rec, const uint8_t *&pos, c
                              (s[1].op == Op::ElemsRec || s[1].op == Op::ElemsU32);
                 elem = count ? ReadFailure::kCount : ReadFailure::kWhole;
             }
-            r.fail->step(field, elem);
+            r.fail->addLevel(field, elem);
             break;
         }
     }
@@ -792,12 +797,12 @@ uint32_t Program::readOn(const TypeDesc &d, uint8_t *rec, const uint8_t *&pos, c
 
 // A nested record of step s (or its element `element`) failed, with p where
 // its read stopped: the level is unwound as readOn unwinds it.
-uint32_t Program::nestedFailed(const TypeDesc &d, const uint8_t *rec, const uint8_t *&pos,
+uint32_t Walk::nestedFailed(const TypeDesc &d, const uint8_t *rec, const uint8_t *&pos,
                                const Step *s, uint32_t element, const uint8_t *p, uint32_t err,
                                const Reading &r)
 {
     const Reporter who = r.reporter(d, pos);
-    r.fail->step(s->field, element);
+    r.fail->addLevel(s->field, element);
     pos = p;
     errorsBefore(who, rec, s, 0, d.steps() + d.nsteps);
     return err;
@@ -805,7 +810,7 @@ uint32_t Program::nestedFailed(const TypeDesc &d, const uint8_t *rec, const uint
 
 // A record of scalar runs at the top of a read (inside the wrappers of
 // `outer`, if any) has an item that is not as written.
-uint32_t Program::flatRefused(const TypeDesc &outer, const TypeDesc &d, uint8_t *rec,
+uint32_t Walk::flatRefused(const TypeDesc &outer, const TypeDesc &d, uint8_t *rec,
                               const uint8_t *&pos, const Step *s, uint32_t k, const uint8_t *p,
                               const uint8_t *end, ReadFailure *fail, const Reporter *bodyReporter)
 {
@@ -817,13 +822,13 @@ uint32_t Program::flatRefused(const TypeDesc &outer, const TypeDesc &d, uint8_t 
 }
 
 // The path through the wrappers that getOuter skipped, innermost first.
-void Program::wrappersFailed(const TypeDesc &outer, const TypeDesc &inner, ReadFailure *fail)
+void Walk::wrappersFailed(const TypeDesc &outer, const TypeDesc &inner, ReadFailure *fail)
 {
     for (const TypeDesc *t = &inner; t != &outer;) {
         const TypeDesc *w = &outer;
         while (&w->steps()->sub() != t)
             w = &w->steps()->sub();
-        fail->step(w->steps()->field, ReadFailure::kWhole);
+        fail->addLevel(w->steps()->field, ReadFailure::kWhole);
         t = w;
     }
 }
@@ -831,7 +836,7 @@ void Program::wrappersFailed(const TypeDesc &outer, const TypeDesc &inner, ReadF
 // The members after a failure in step s, none of them read: in a scalar
 // run the members after the failing one (from `from` on), then every later
 // step.
-void Program::errorsBefore(const Reporter &who, const uint8_t *rec, const Step *s, uint32_t from,
+void Walk::errorsBefore(const Reporter &who, const uint8_t *rec, const Step *s, uint32_t from,
                           const Step *e)
 {
     if (isScalar(s->op))
@@ -890,7 +895,8 @@ uint32_t readScalar32(const Reporter &who, const uint8_t *&p, const uint8_t *end
     return 0;
 }
 
-uint32_t readText(const Reporter &who, const uint8_t *&p, const uint8_t *end, uint32_t tag,
+// One text item read, with its NUL, and checked against its field's N.
+static uint32_t readText(const Reporter &who, const uint8_t *&p, const uint8_t *end, uint32_t tag,
                   char *dst, uint32_t cap)
 {
     uint32_t l = 0;
@@ -921,24 +927,24 @@ uint32_t copy(const TypeDesc &d, void *dst, const void *src)
 {
     if (!dst || !src)
         return kMalformed;
-    Program::copy(d, (uint8_t *)dst, (const uint8_t *)src);
+    Walk::copy(d, (uint8_t *)dst, (const uint8_t *)src);
     return 0;
 }
 
 uint8_t *write(const TypeDesc &d, const void *rec, uint8_t *p)
 {
-    return Program::putOuter(d, (const uint8_t *)rec, p);
+    return Walk::putOuter(d, (const uint8_t *)rec, p);
 }
 
 uint32_t read(const TypeDesc &d, void *rec, const uint8_t *&pos, const uint8_t *end,
               const Reporter &who)
 {
-    return Program::getOuter(d, (uint8_t *)rec, pos, end, who.fail, &who);
+    return Walk::getOuter(d, (uint8_t *)rec, pos, end, who.fail, &who);
 }
 
 uint32_t length(const TypeDesc &d, const void *rec)
 {
-    return rec ? Program::sizeOuter(d, (const uint8_t *)rec) : 0;
+    return rec ? Walk::sizeOuter(d, (const uint8_t *)rec) : 0;
 }
 
 uint32_t recCopy(void *dst, const void *src, uint32_t type)
@@ -955,7 +961,7 @@ uint32_t recSerialize(const void *rec, uint8_t **pos, uint32_t type)
 {
     if (!rec || !pos || !*pos)
         return kMalformed;
-    *pos = Program::putOuter(recordType((uint8_t)type), (const uint8_t *)rec, *pos);
+    *pos = Walk::putOuter(recordType((uint8_t)type), (const uint8_t *)rec, *pos);
     return 0;
 }
 
@@ -965,15 +971,15 @@ uint32_t recUnserialize(void *rec, const uint8_t **pos, uint32_t type)
     return readRecord(recordType((uint8_t)type), rec, pos, nullptr, fail);
 }
 
-// The same as readRecord, written out: the call would be a tenth of a small
-// record's read.
+// The same as readRecord, written out so that the export calls nothing
+// before reading (bench/README.md).
 uint32_t recUnserializeBounded(void *rec, const uint8_t **pos, const uint8_t *end, uint32_t type)
 {
     if (!rec || !end || !pos || !*pos || end < *pos)
         return kMalformed;
     ReadFailure fail;
     fail.start = *pos;
-    return Program::getOuter(recordType((uint8_t)type), (uint8_t *)rec, *pos, end, &fail, nullptr);
+    return Walk::getOuter(recordType((uint8_t)type), (uint8_t *)rec, *pos, end, &fail, nullptr);
 }
 
 uint32_t readRecord(const TypeDesc &d, void *rec, const uint8_t **pos, const uint8_t *end,
@@ -982,7 +988,7 @@ uint32_t readRecord(const TypeDesc &d, void *rec, const uint8_t **pos, const uin
     if (!rec || !pos || !*pos)
         return kMalformed;
     fail.start = *pos;
-    return Program::getOuter(d, (uint8_t *)rec, *pos, end, &fail, nullptr);
+    return Walk::getOuter(d, (uint8_t *)rec, *pos, end, &fail, nullptr);
 }
 
 }  // namespace iv
