@@ -299,14 +299,24 @@ bool exactItem(const uint8_t *p, const uint8_t *end, uint32_t tag, uint32_t valu
            (rd32(p + 8) & mask) == value;
 }
 
-// The frame items, each taken at once when it is exactly m's (most are),
-// else read by the reader that reports as `who`: 0 with p past them.
+#ifndef __OPTIMIZE_SIZE__
+// Whether both frame items are exactly m's, as most are: where built for
+// speed, one check before readFrame's.
+bool framed(const MsgDesc &m, const uint8_t *p, const uint8_t *end)
+{
+    return (!end || (uint32_t)(end - p) >= kFrameSize) && exactItem(p, nullptr, 0, m.magic, ~0u) &&
+           exactItem(p + kScalar32Size, nullptr, 1, m.stamp, 0xFFFFu);
+}
+#endif
+
+// The frame items, each taken at once when it is exactly m's, else read by
+// the reader that reports as `who`: 0 with p past them.
 uint32_t readFrame(const MsgDesc &m, const Reporter &who, const uint8_t *&p, const uint8_t *end)
 {
     ReadFailure &fail = *who.fail;
     const uint8_t *bytes = p;
     uint32_t value = 0;
-    if (exactItem(p, end, 0, m.magic, 0xFFFFFFFFu)) {
+    if (exactItem(p, end, 0, m.magic, ~0u)) {
         p += kScalar32Size;
     } else {
         if (readScalar32(who, p, end, 0, value)) {
@@ -362,9 +372,14 @@ uint32_t readBody(const MsgDesc &m, int32_t type, const uint8_t *bytes, const ui
     fail.start = bytes;
     b->magic = m.magic;
     const TypeDesc *d = m.members[type];
-    const uint8_t *p = bytes;
-    Reporter who{cbName(m, kUnserialize, type), bytes, &fail};
-    uint32_t rc = readFrame(m, who, p, end);
+    // The path of a known type: CmdReq, CmdRes or NtfyReq.
+    Reporter who{{kCbFormats[kUnserialize], kCbPaths[type + 3 * m.ntfy], m.name}, bytes, &fail};
+    bool whole = false;
+#ifndef __OPTIMIZE_SIZE__
+    whole = framed(m, bytes, end);
+#endif
+    const uint8_t *p = whole ? bytes + kFrameSize : bytes;
+    uint32_t rc = whole ? 0 : readFrame(m, who, p, end);
     if (!rc && d)
         rc = read(*d, b, p, end, who);
     if (rc) {

@@ -455,9 +455,15 @@ struct Walk {
         // keep once: write() takes the flat types too.
         return write(d, rec, p);
     }
+    // Built for size, read() takes records of scalar runs too: one reader
+    // less to keep.
     static uint32_t get(const TypeDesc &d, uint8_t *rec, Cursor &at)
     {
+#ifdef __OPTIMIZE_SIZE__
+        return read(d, rec, at);
+#else
         return d.nvars ? read(d, rec, at) : readFlat(d, rec, at);
+#endif
     }
     // The same for a nested record: a record of scalar runs is read out of
     // line, where the level that reads it keeps its registers.
@@ -468,7 +474,11 @@ struct Walk {
     }
     static uint32_t getNested(const TypeDesc &d, uint8_t *rec, Cursor &at)
     {
+#ifdef __OPTIMIZE_SIZE__
+        return read(d, rec, at);
+#else
         return d.nvars ? read(d, rec, at) : readFlatOutOfLine(d, rec, at);
+#endif
     }
     static uint32_t getAt(const TypeDesc &d, uint8_t *rec, const uint8_t *&pos, const Reading &r)
     {
@@ -513,6 +523,7 @@ struct Walk {
     {
         uint8_t *at = rec;
         const TypeDesc &d = innermost(outer, at);
+#ifndef __OPTIMIZE_SIZE__
         if (!d.nvars) {
             const uint8_t *p = pos;
             const Step *s;
@@ -522,6 +533,7 @@ struct Walk {
             pos = p;
             return 0;
         }
+#endif
         const Reading r{end, fail, bodyReporter ? &outer : nullptr, bodyReporter};
         Cursor c{pos, &r};
         uint32_t err = read(d, at, c);
@@ -808,6 +820,7 @@ uint32_t Walk::nestedFailed(const TypeDesc &d, const uint8_t *rec, const uint8_t
     return err;
 }
 
+#ifndef __OPTIMIZE_SIZE__
 // A record of scalar runs at the top of a read (inside the wrappers of
 // `outer`, if any) has an item that is not as written.
 uint32_t Walk::flatRefused(const TypeDesc &outer, const TypeDesc &d, uint8_t *rec,
@@ -820,6 +833,7 @@ uint32_t Walk::flatRefused(const TypeDesc &outer, const TypeDesc &d, uint8_t *re
         wrappersFailed(outer, d, fail);
     return err;
 }
+#endif
 
 // The path through the wrappers that getOuter skipped, innermost first.
 void Walk::wrappersFailed(const TypeDesc &outer, const TypeDesc &inner, ReadFailure *fail)
