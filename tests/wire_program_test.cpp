@@ -4,10 +4,10 @@
 // (a scalar item longer than its value) must read exactly as before,
 // wherever they sit: first, in a nested record, as an array count, inside
 // an element, last.
+#include <ctype.h>
 #include <stdlib.h>
 #include <string.h>
 
-#include <regex>
 #include <vector>
 
 #include "record_ops.h"
@@ -143,15 +143,16 @@ Outcome readChannelReport(const std::vector<uint8_t> &in, size_t shiftFrom, size
     o.tag = f.tag;
     for (unsigned k = 0; k < f.depth; ++k)
         o.path.emplace_back(f.path[k].field, f.path[k].element);
-    static const std::regex pointer("0x[0-9a-f]+");
     for (const std::string &l : lines()) {
         std::string line;
-        std::sregex_iterator it(l.begin(), l.end(), pointer), none;
-        size_t from = 0;
-        for (; it != none; ++it) {
-            size_t at = (size_t)(strtoull(it->str().c_str(), nullptr, 16) - (uintptr_t)in.data());
-            line += l.substr(from, (size_t)it->position() - from) + "@" + std::to_string(back(at));
-            from = (size_t)(it->position() + it->length());
+        size_t from = 0, at;
+        while ((at = l.find("0x", from)) != std::string::npos) {
+            size_t len = 2;
+            while (at + len < l.size() && isxdigit((unsigned char)l[at + len]))
+                ++len;
+            uintptr_t ptr = (uintptr_t)strtoull(l.substr(at, len).c_str(), nullptr, 16);
+            line += l.substr(from, at - from) + "@" + std::to_string(back(ptr - (uintptr_t)in.data()));
+            from = at + len;
         }
         o.lines.push_back(line + l.substr(from));
     }
