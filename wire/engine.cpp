@@ -506,7 +506,7 @@ struct Walk {
         return *t;
     }
     // The entry points' walks, from a description that may be a wrapper;
-    // inline, so that the exports' one-pass read calls nothing before it.
+    // inline, so that the bounded record export calls nothing before reading.
     static uint8_t *putOuter(const TypeDesc &outer, const uint8_t *rec, uint8_t *p)
     {
         const TypeDesc &d = innermost(outer, rec);
@@ -661,7 +661,7 @@ uint8_t *Walk::write(const TypeDesc &d, const uint8_t *rec, uint8_t *p)
     return p;
 }
 
-// Reads one level, a record's or a body's members, at pos. Each step is
+// Reads one level, a record's or a body's members, at at.p. Each step is
 // read quickly while its items are exactly as the writer writes them: every
 // item complete before end, with its own tag and, for scalars, exactly the
 // length of its value. At the first item that is not, readOn takes over
@@ -669,7 +669,7 @@ uint8_t *Walk::write(const TypeDesc &d, const uint8_t *rec, uint8_t *p)
 // allows (a scalar item longer than its value, whose rest is skipped) and
 // records and reports the first failure. Nested records are read by this
 // same reader; a failure inside one is unwound here (nestedFailed). On
-// return pos is past what was read, or at the refused item.
+// return at.p is past what was read, or at the refused item.
 uint32_t Walk::read(const TypeDesc &d, uint8_t *rec, Cursor &at)
 {
     // The nested records' reads take this level's own cursor: the position
