@@ -268,9 +268,10 @@ struct AnyInit {
 template <size_t>
 using AnyInitAt = AnyInit;
 
-// Brace elision is the point here.
+// Brace elision, and fewer initializers than members, are the point here.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wmissing-braces"
+#pragma GCC diagnostic ignored "-Wmissing-field-initializers"
 template <class T, size_t... I>
 constexpr auto takesInits(std::index_sequence<I...>) -> decltype(T{AnyInitAt<I>{}...}, true)
 {
@@ -497,7 +498,7 @@ constexpr std::array<uint8_t, L> tailOf(const CompiledSteps<K> &p, const char (&
 // is checked by a constant's initializer rather than a static_assert: a
 // broken rule then gives one error, the fix's, instead of two.
 #define IV_CHECK_LAYOUT(T, all, start, headInits)                                          \
-    static constexpr bool layoutHolds =                                                    \
+    [[maybe_unused]] static constexpr bool layoutHolds =                                   \
         ::iv::layoutHolds(all, start, sizeof(T), ::iv::memberAlign<T>(),                   \
                           ::iv::takesExactly<T, ::iv::initsOf(all, headInits)>());         \
     static_assert(sizeof(T) < 0x10000 && sizeof all / sizeof all[0] < 0x10000,              \
