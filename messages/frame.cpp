@@ -260,7 +260,7 @@ uint32_t serializeBody(int32_t type, void *body, uint8_t **out, uint32_t *outLen
     checkMagic(m, kSerialize, type, __LINE__, b);
     // The body and the buffer are checked here: writing the members cannot fail.
     const TypeDesc *d = m.members[type];
-    uint32_t len = kFrameSize + (d ? wireLength(*d, b) : 0);
+    uint32_t len = kFrameSize + (d ? length(*d, b) : 0);
     uint8_t *buf = (uint8_t *)zalloc(len);
     if (!buf) {
         IV_LOG(kErr, cbName(m, kSerialize, type), "Allocating Memory N Ctx[%s]\n", "");
@@ -269,7 +269,7 @@ uint32_t serializeBody(int32_t type, void *body, uint8_t **out, uint32_t *outLen
     uint8_t *p = putScalar32(buf, 0, b->magic);
     p = putScalar32(p, 1, m.stamp);
     if (d)
-        writeWire(*d, b, p);
+        write(*d, b, p);
     *out = buf;
     *outLen = len;
     return 0;
@@ -291,34 +291,51 @@ uint32_t unserializeBodyBounded(const MsgDesc &m, int32_t type, const uint8_t *b
 
 namespace {
 
-// Whether the frame items at p are exactly m's: tag 0, length 4, the magic;
-// tag 1, length 4, the stamp. Most bodies are; any other bytes are read item
-// by item, which refuses them or takes what the format allows.
-bool framed(const MsgDesc &m, const uint8_t *p, const uint8_t *end)
+// Whether the item at p is exactly a scalar32 item of this tag holding
+// `value` (the stamp: in its low 16 bits), complete before end.
+bool exactItem(const uint8_t *p, const uint8_t *end, uint32_t tag, uint32_t value, uint32_t mask)
 {
-    return (!end || (uint32_t)(end - p) >= kFrameSize) && rd32(p) == 0 && rd32(p + 4) == 4 &&
-           rd32(p + 8) == m.magic && rd32(p + 12) == 1 && rd32(p + 16) == 4 &&
-           (uint16_t)rd32(p + 20) == m.stamp;
+    return (!end || (uint32_t)(end - p) >= kScalar32Size) && rd32(p) == tag && rd32(p + 4) == 4 &&
+           (rd32(p + 8) & mask) == value;
 }
 
-// The frame items read one by one, reporting as `who`: 0 with p past them.
+#ifndef __OPTIMIZE_SIZE__
+// Whether both frame items are exactly m's, as most are: where built for
+// speed, one check before readFrame's.
+bool framed(const MsgDesc &m, const uint8_t *p, const uint8_t *end)
+{
+    return (!end || (uint32_t)(end - p) >= kFrameSize) && exactItem(p, nullptr, 0, m.magic, ~0u) &&
+           exactItem(p + kScalar32Size, nullptr, 1, m.stamp, 0xFFFFu);
+}
+#endif
+
+// The frame items, each taken at once when it is exactly m's, else read by
+// the reader that reports as `who`: 0 with p past them.
 uint32_t readFrame(const MsgDesc &m, const Reporter &who, const uint8_t *&p, const uint8_t *end)
 {
     ReadFailure &fail = *who.fail;
     const uint8_t *bytes = p;
     uint32_t value = 0;
-    if (readScalar32(who, p, end, 0, value)) {
-        errorBefore(who, 1);
-        return INTFVELMOR_ERR_FRAME;
+    if (exactItem(p, end, 0, m.magic, ~0u)) {
+        p += kScalar32Size;
+    } else {
+        if (readScalar32(who, p, end, 0, value)) {
+            errorBefore(who, 1);
+            return INTFVELMOR_ERR_FRAME;
+        }
+        if (value != m.magic) {
+            fail.refuse(ReadFailure::kForeignMagic, 0, 0, 0, value);
+            // Another message's bytes: refused here, before any magic check aborts.
+            char name[kMagicNameSize];
+            IV_LOG(kErr, who.fn, "Check Magic[%s-%X] Ctx[ptr(%p) magic(%X)] text[%s]\n",
+                   magicNameOf(m, name), m.magic, (const void *)fail.start, (uint32_t)fail.found,
+                   "refused");
+            return INTFVELMOR_ERR_FRAME;
+        }
     }
-    if (value != m.magic) {
-        fail.refuse(ReadFailure::kForeignMagic, 0, 0, 0, value);
-        // Another message's bytes: refused here, before any magic check aborts.
-        char name[kMagicNameSize];
-        IV_LOG(kErr, who.fn, "Check Magic[%s-%X] Ctx[ptr(%p) magic(%X)] text[%s]\n",
-               magicNameOf(m, name), m.magic, (const void *)fail.start, (uint32_t)fail.found,
-               "refused");
-        return INTFVELMOR_ERR_FRAME;
+    if (exactItem(p, end, 1, m.stamp, 0xFFFFu)) {
+        p += kScalar32Size;
+        return 0;
     }
     const uint8_t *item1 = p;
     if (readScalar32(who, p, end, 1, value))
@@ -355,20 +372,19 @@ uint32_t readBody(const MsgDesc &m, int32_t type, const uint8_t *bytes, const ui
     fail.start = bytes;
     b->magic = m.magic;
     const TypeDesc *d = m.members[type];
-    const uint8_t *p = bytes + kFrameSize;
-    // Well-formed bytes are taken in one pass; any others are read again from
-    // the start, item by item, by the readers that report (which read
-    // well-formed items the same).
-    if (!framed(m, bytes, end) || (d && !readWellFormed(*d, b, p, end))) {
-        Reporter who{cbName(m, kUnserialize, type), bytes, &fail};
-        p = bytes;
-        uint32_t rc = readFrame(m, who, p, end);
-        if (!rc && d)
-            rc = readReporting(*d, b, &p, end, who);
-        if (rc) {
-            release(b);
-            return rc;
-        }
+    // The path of a known type: CmdReq, CmdRes or NtfyReq.
+    Reporter who{{kCbFormats[kUnserialize], kCbPaths[type + 3 * m.ntfy], m.name}, bytes, &fail};
+    bool whole = false;
+#ifndef __OPTIMIZE_SIZE__
+    whole = framed(m, bytes, end);
+#endif
+    const uint8_t *p = whole ? bytes + kFrameSize : bytes;
+    uint32_t rc = whole ? 0 : readFrame(m, who, p, end);
+    if (!rc && d)
+        rc = read(*d, b, p, end, who);
+    if (rc) {
+        release(b);
+        return rc;
     }
     fail.offset = (uint32_t)(p - bytes);
     *out = b;

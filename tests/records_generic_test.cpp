@@ -124,7 +124,7 @@ INTFVELMOR_RECORD_TYPES(IVT_PROPERTY)
 // ---- a wrong tag on every item ------------------------------------------------
 
 // An item of the serialized record, and the lines that a wrong tag on it gives.
-using Step = iv::ReadFailure::Step;
+using Step = iv::ReadFailure::Level;
 
 struct Failing {
     size_t offset, base;  // of the item, of the record that reports it

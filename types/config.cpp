@@ -1,4 +1,5 @@
 // Access-point, EP/AN and radio configuration records.
+// Compiled as part of types/exports.cpp, with every other description.
 #include "types/described.h"
 #include "wire/describe.h"
 

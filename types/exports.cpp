@@ -1,6 +1,12 @@
-// The five exported operations of every record type: thin wrappers over the
-// engine and the type's description.
+// Every record type's description and its five exported operations, which
+// are thin wrappers over the engine and the description. The descriptions
+// are written by domain in the three files below and compiled here, in one
+// translation unit with the list of types, so that a type listed but never
+// described stops the compilation (at the end of this file).
 #include "types/described.h"
+#include "types/config.cpp"
+#include "types/radio.cpp"
+#include "types/station.cpp"
 
 // Records own no storage: there is nothing to release, and every type's
 // clean is one function under 75 names.
@@ -45,3 +51,11 @@ namespace iv {
 const void *const recordTypes[] = {INTFVELMOR_RECORD_TYPES(IV_TYPE_ENTRY)};
 #undef IV_TYPE_ENTRY
 }  // namespace iv
+
+// Every listed record type has its description.
+#define IV_REQUIRE_DESCRIBED(T)                                                          \
+    static_assert(::iv::kDescribed<T>,                                                   \
+                  #T " is listed in INTFVELMOR_RECORD_TYPES but never described: describe " \
+                  "it with IV_RECORD in types/config.cpp, radio.cpp or station.cpp");
+INTFVELMOR_RECORD_TYPES(IV_REQUIRE_DESCRIBED)
+#undef IV_REQUIRE_DESCRIBED

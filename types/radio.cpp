@@ -1,4 +1,5 @@
 // Radio, channel, scan, survey and statistics records.
+// Compiled as part of types/exports.cpp, with every other description.
 #include "types/described.h"
 #include "wire/describe.h"
 

@@ -1,4 +1,5 @@
 // Station, BSS transition, measurement and band-steering records.
+// Compiled as part of types/exports.cpp, with every other description.
 #include "types/described.h"
 #include "wire/describe.h"
 

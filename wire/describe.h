@@ -17,18 +17,24 @@
 
 namespace iv {
 
+template <class>
+inline constexpr bool kNever = false;
+
 template <class M>
 constexpr Form scalarForm()
 {
-    static_assert(std::is_integral_v<M>, "a scalar member must be an integer");
-    if constexpr (sizeof(M) == 1)
+    if constexpr (!std::is_integral_v<M>) {
+        static_assert(kNever<M>, "a scalar member must be an integer type");
+        return Form::U32;
+    } else if constexpr (sizeof(M) == 1)
         return std::is_signed_v<M> ? Form::I8 : Form::U8;
     else if constexpr (sizeof(M) == 2)
         return std::is_signed_v<M> ? Form::I16 : Form::U16;
     else if constexpr (sizeof(M) == 4)
         return Form::U32;  // signedness never shows on the wire
     else {
-        static_assert(sizeof(M) == 8 && !std::is_signed_v<M>, "64-bit members are unsigned");
+        static_assert(sizeof(M) == 8 && !std::is_signed_v<M>,
+                      "a 64-bit member must be unsigned (uint64_t)");
         return Form::U64;
     }
 }
@@ -39,11 +45,72 @@ constexpr uint16_t narrow16(size_t v) { return v < 0x10000 ? (uint16_t)v : offse
 inline uint8_t tagTooLarge() { return 0; }
 constexpr uint8_t narrow8(unsigned v) { return v < 0x100 ? (uint8_t)v : tagTooLarge(); }
 
-// Where a described member lies in its struct: what the layout checks
-// compare with the struct, never stored.
+// ---- the layout checks ----------------------------------------------------------------
+//
+// A description is checked against its struct when it is compiled, in one
+// walk that stops at the first mistake. The mistake is reported by calling
+// the fix's function of the struct member at fault; the functions are not
+// constexpr, so the call stops the compilation, and the compiler's message
+// names the struct, the member and the fix, for instance:
+//
+//   error: call to non-'constexpr' function 'static void iv::Fix<Member>::
+//   numberTheMembersFrom3InDeclarationOrder() [with auto Member = &channelReport::channelsCount]'
+template <auto Member>
+struct Fix {
+    static void describeTheMembersInDeclarationOrder() {}
+    static void numberTheMembersFrom3InDeclarationOrder() {}
+    static void describeTheMemberDeclaredRightBeforeThisOne() {}
+    static void describeTheMembersDeclaredAfterThisOne() {}
+    static void describeTheMemberHiddenInThePaddingBeforeThisOne() {}
+    static void describeTheMemberHiddenInThePaddingAfterThisOne() {}
+    static void declareTheCountRightBeforeOrRightAfterItsArray() {}
+};
+
+struct Fixes {
+    void (*order)();
+    void (*number)();
+    void (*before)();
+    void (*after)();
+    void (*paddingBefore)();
+    void (*paddingAfter)();
+    void (*countPlace)();
+};
+
+template <auto Member>
+inline constexpr Fixes kFixes = {
+    &Fix<Member>::describeTheMembersInDeclarationOrder,
+    &Fix<Member>::numberTheMembersFrom3InDeclarationOrder,
+    &Fix<Member>::describeTheMemberDeclaredRightBeforeThisOne,
+    &Fix<Member>::describeTheMembersDeclaredAfterThisOne,
+    &Fix<Member>::describeTheMemberHiddenInThePaddingBeforeThisOne,
+    &Fix<Member>::describeTheMemberHiddenInThePaddingAfterThisOne,
+    &Fix<Member>::declareTheCountRightBeforeOrRightAfterItsArray,
+};
+
+// Stops the compilation with the fix's name; never returns in a constant expression.
+constexpr bool stopAt(void (*fix)())
+{
+    fix();
+    return false;
+}
+
+// The type of a struct member, from a pointer to it.
+template <class>
+struct MemberOf;
+template <class C, class M>
+struct MemberOf<M C::*> {
+    using type = M;
+};
+template <auto Member>
+using MemberType = typename MemberOf<decltype(Member)>::type;
+
+// Where a described struct member lies and the number it was given: what
+// the layout checks compare with the struct, never stored.
 struct Span {
     size_t offset, size, align;
-    size_t inits;  // initializers it takes in a flat brace list: N for T[N], else 1
+    size_t inits;        // initializers it takes in a flat brace list: N for T[N], else 1
+    unsigned tag;        // its member number
+    const Fixes *fixes;  // what to do when it is at fault
 };
 
 // A type's alignment as a struct member, which is not always alignof (a
@@ -59,15 +126,18 @@ constexpr size_t memberAlign()
     return offsetof(AlignProbe<M>, m);
 }
 
-template <class M>
-constexpr Span spanOf(size_t offset)
+template <auto Member>
+constexpr Span spanOf(size_t offset, unsigned tag)
 {
+    using M = MemberType<Member>;
     size_t inits = std::is_array_v<M> ? std::extent_v<M> : 1;
-    return Span{offset, sizeof(M), memberAlign<M>(), inits};
+    return Span{offset, sizeof(M), memberAlign<M>(), inits, tag, &kFixes<Member>};
 }
 
-// A member's field and the one or two struct members it covers, in memory
-// order (a counted array covers its count and its elements).
+// A described member at compile time: its field (what the tools keep) and
+// the one or two struct members it covers, in memory order (a counted array
+// covers its count and its elements). The library keeps neither: it keeps
+// the steps compiled from these (see compile() below).
 struct Described {
     Field field;
     Span first, second;  // second.size is 0 for a single member
@@ -75,50 +145,56 @@ struct Described {
     // Arrays: their count member as declared, which the field derives.
     unsigned countTag;
     size_t countOffset, countWidth;
+    bool countAway;  // the count lies neither right before nor right after its array
 };
 
-// Not constexpr: reaching it stops the compilation of a description.
-inline uint8_t countNotBesideItsArray() { return 0; }
-
-template <class M>
+template <auto Member>
 constexpr Described member(size_t offset, unsigned tag, const char *name)
 {
-    Span at = spanOf<M>(offset);
+    using M = MemberType<Member>;
+    Span at = spanOf<Member>(offset, tag);
     if constexpr (std::is_array_v<M>) {
-        static_assert(std::is_same_v<std::remove_extent_t<M>, char>, "a text is char[N]");
+        static_assert(std::is_same_v<std::remove_extent_t<M>, char>,
+                      "an array member is a text (char[N]); describe other arrays with "
+                      "IV_COUNTED or IV_TABLE");
         return {Field{Form::Text, narrow8(tag), 0, 0, narrow16(offset), narrow16(std::extent_v<M>)},
-                at, {}, name, 0, 0, 0};
+                at, {}, name, 0, 0, 0, false};
     } else if constexpr (std::is_class_v<M>) {
         return {Field{Form::Record, narrow8(tag), RecordNumber<M>::value, 0, narrow16(offset), 0},
-                at, {}, name, 0, 0, 0};
+                at, {}, name, 0, 0, 0, false};
     } else {
-        return {Field{scalarForm<M>(), narrow8(tag), 0, 0, narrow16(offset), 0}, at, {}, name, 0, 0, 0};
+        return {Field{scalarForm<M>(), narrow8(tag), 0, 0, narrow16(offset), 0}, at, {}, name, 0, 0,
+                0, false};
     }
 }
 
-template <class C, class A>
+template <auto Count, auto Array>
 constexpr Described counted(size_t countOffset, unsigned countTag, size_t offset, unsigned tag,
                             const char *name)
 {
-    static_assert(std::is_same_v<C, uint8_t> || std::is_same_v<C, uint32_t>,
-                  "a count is a u8 or a u32");
-    static_assert(std::is_array_v<A>, "a counted member is an array");
+    using C = MemberType<Count>;
+    using A = MemberType<Array>;
     using E = std::remove_extent_t<A>;
-    static_assert(std::is_class_v<E> || std::is_same_v<E, uint32_t>,
-                  "array elements are records or u32");
+    if constexpr (!std::is_same_v<C, uint8_t> && !std::is_same_v<C, uint32_t>)
+        static_assert(kNever<C>, "a count is declared uint8_t or uint32_t");
+    else if constexpr (!std::is_array_v<A>)
+        static_assert(kNever<A>, "a counted member is an array: T name[MAX]");
+    else if constexpr (!std::is_class_v<E> && !std::is_same_v<E, uint32_t>)
+        static_assert(kNever<A>, "the elements of a counted array are records or uint32_t");
     // Where the count lies is derived from a few bits: right after the
-    // array (aligned), or a few bytes before it.
+    // array, or right before it (a few bytes, with the padding), nothing
+    // else declared between them.
     unsigned layout = (sizeof(C) == 4 ? Field::kCountWide : 0u) |
                       (countTag == tag + 1 ? Field::kCountTagAfter : 0u);
+    bool away = false;
     if (countOffset > offset) {
         size_t end = offset + sizeof(A);
-        if (countOffset != (end + sizeof(C) - 1) / sizeof(C) * sizeof(C))
-            layout = countNotBesideItsArray();
+        away = countOffset != (end + sizeof(C) - 1) / sizeof(C) * sizeof(C);
         layout |= Field::kCountAfter;
     } else {
-        if (offset - countOffset > Field::kCountGap)
-            layout = countNotBesideItsArray();
-        layout |= (unsigned)(offset - countOffset);
+        away = offset != (countOffset + sizeof(C) + memberAlign<A>() - 1) / memberAlign<A>() *
+                             memberAlign<A>();
+        layout |= (unsigned)(offset - countOffset) & Field::kCountGap;
     }
     Field f{Form::ArrayU32, narrow8(tag), 0, (uint8_t)layout, narrow16(offset),
             narrow16(std::extent_v<A>)};
@@ -126,44 +202,26 @@ constexpr Described counted(size_t countOffset, unsigned countTag, size_t offset
         f.form = Form::ArrayRec;
         f.type = RecordNumber<E>::value;
     }
-    Span count = spanOf<C>(countOffset), elements = spanOf<A>(offset);
+    Span count = spanOf<Count>(countOffset, countTag), elements = spanOf<Array>(offset, tag);
     // The count may be declared before or after its array.
     if (countOffset < offset)
-        return {f, count, elements, name, countTag, countOffset, sizeof(C)};
-    return {f, elements, count, name, countTag, countOffset, sizeof(C)};
+        return {f, count, elements, name, countTag, countOffset, sizeof(C), away};
+    return {f, elements, count, name, countTag, countOffset, sizeof(C), away};
 }
 
-template <class A>
+template <auto Array>
 constexpr Described table(size_t offset, unsigned tag, const char *name)
 {
+    using A = MemberType<Array>;
     using E = std::remove_extent_t<A>;
-    static_assert(std::is_array_v<A> && std::is_class_v<E>, "a table is an array of records");
-    return {Field{Form::Table, narrow8(tag), RecordNumber<E>::value, 0, narrow16(offset),
-                  narrow16(std::extent_v<A>)},
-            spanOf<A>(offset), {}, name, 0, 0, 0};
-}
-
-// Tags run from 3 without a gap; a counted array covers two numbers.
-template <size_t N>
-constexpr bool tagsInOrder(const Described (&d)[N])
-{
-    unsigned next = 3;
-    for (const Described &m : d) {
-        const Field &f = m.field;
-        bool counted = f.form == Form::ArrayRec || f.form == Form::ArrayU32;
-        if (counted) {
-            unsigned lo = m.countTag < f.tag ? m.countTag : f.tag;
-            unsigned hi = m.countTag < f.tag ? f.tag : m.countTag;
-            if (lo != next || hi != next + 1)
-                return false;
-            next += 2;
-        } else {
-            if (f.tag != next)
-                return false;
-            next += 1;
-        }
+    if constexpr (!std::is_array_v<A> || !std::is_class_v<E>) {
+        static_assert(kNever<A>, "a table is an array of records: T name[N]");
+        return {};
+    } else {
+        return {Field{Form::Table, narrow8(tag), RecordNumber<E>::value, 0, narrow16(offset),
+                      narrow16(std::extent_v<A>)},
+                spanOf<Array>(offset, tag), {}, name, 0, 0, 0, false};
     }
-    return true;
 }
 
 constexpr size_t alignUp(size_t v, size_t a) { return (v + a - 1) / a * a; }
@@ -187,36 +245,21 @@ constexpr Spans<N> spansOf(const Described (&d)[N])
     return s;
 }
 
-// Members are described in declaration order: offsets only grow.
+// The initializers that the described members take in a flat brace list,
+// with `headInits` for what comes before them.
 template <size_t N>
-constexpr bool inDeclarationOrder(const Described (&d)[N])
+constexpr size_t initsOf(const Described (&d)[N], size_t headInits)
 {
-    Spans<N> s = spansOf(d);
-    for (size_t i = 1; i < s.n; ++i)
-        if (s.at[i].offset <= s.at[i - 1].offset)
-            return false;
-    return true;
-}
-
-// No member is skipped: each described member starts where the previous one
-// ends (after alignment), from `start` (0, or the end of a body's head) to
-// the end of the struct.
-template <size_t N>
-constexpr bool leavesNoGap(const Described (&d)[N], size_t start, size_t size, size_t align)
-{
-    Spans<N> s = spansOf(d);
-    size_t end = start;
-    for (size_t i = 0; i < s.n; ++i) {
-        if (s.at[i].offset != alignUp(end, s.at[i].align))
-            return false;
-        end = s.at[i].offset + s.at[i].size;
-    }
-    return alignUp(end, align) == size;
+    size_t inits = headInits;
+    for (const Described &m : d)
+        inits += m.first.inits + (m.second.size ? m.second.inits : 0);
+    return inits;
 }
 
 // A member small enough to hide in padding (a u8 between a u8 and a u32)
-// passes leavesNoGap; the number of initializers that the struct accepts in
-// a flat brace list counts it. Arrays take one initializer per element.
+// leaves no gap between the described members; the number of initializers
+// that the struct accepts in a flat brace list counts it. Arrays take one
+// initializer per element.
 struct AnyInit {
     template <class U>
     constexpr operator U() const;
@@ -225,9 +268,10 @@ struct AnyInit {
 template <size_t>
 using AnyInitAt = AnyInit;
 
-// Brace elision is the point here.
+// Brace elision, and fewer initializers than members, are the point here.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wmissing-braces"
+#pragma GCC diagnostic ignored "-Wmissing-field-initializers"
 template <class T, size_t... I>
 constexpr auto takesInits(std::index_sequence<I...>) -> decltype(T{AnyInitAt<I>{}...}, true)
 {
@@ -240,20 +284,58 @@ constexpr bool takesInits(...)
     return false;
 }
 
-template <size_t N>
-constexpr size_t initsOf(const Described (&d)[N], size_t headInits)
-{
-    size_t inits = headInits;
-    for (const Described &m : d)
-        inits += m.first.inits + (m.second.size ? m.second.inits : 0);
-    return inits;
-}
-
 template <class T, size_t K>
 constexpr bool takesExactly()
 {
     return takesInits<T>(std::make_index_sequence<K>()) &&
            !takesInits<T>(std::make_index_sequence<K + 1>());
+}
+
+// The rules of a description, checked member by member in one walk that
+// stops at the first broken one, with the struct's members from `start` (0,
+// or the end of a body's head) to `size`:
+// - a count lies right before its array or right after it;
+// - members are described in declaration order (offsets only grow);
+// - each starts where the one before it ends, after alignment: nothing
+//   declared between them is left out, nor after the last;
+// - their numbers run from 3 in declaration order (a counted array's count
+//   takes the number before or after its array's, as it is declared);
+// - the struct takes as many initializers as the description covers, so
+//   no member hides in padding (`exactInits`).
+template <size_t N>
+constexpr bool layoutHolds(const Described (&d)[N], size_t start, size_t size, size_t align,
+                           bool exactInits)
+{
+    for (const Described &m : d)
+        if (m.countAway)
+            return stopAt(m.first.offset == m.countOffset ? m.first.fixes->countPlace
+                                                          : m.second.fixes->countPlace);
+    Spans<N> s = spansOf(d);
+    for (size_t i = 1; i < s.n; ++i)
+        if (s.at[i].offset <= s.at[i - 1].offset)
+            return stopAt(s.at[i].fixes->order);
+    size_t end = start;
+    unsigned next = 3;
+    const Span *afterPadding = nullptr;  // the first member after a padding hole
+    for (size_t i = 0; i < s.n; ++i) {
+        const Span &m = s.at[i];
+        size_t at = alignUp(end, m.align);
+        if (m.offset != at)
+            return stopAt(m.fixes->before);
+        if (m.tag != next)
+            return stopAt(m.fixes->number);
+        if (at != end && !afterPadding)
+            afterPadding = &m;
+        end = m.offset + m.size;
+        ++next;
+    }
+    const Span &last = s.at[s.n - 1];
+    if (alignUp(end, align) != size)
+        return stopAt(last.fixes->after);
+    if (!exactInits)
+        return stopAt(afterPadding ? afterPadding->fixes->paddingBefore
+                                   : last.fixes->paddingAfter);
+    return true;
 }
 
 // Member names, NUL after each, in field order: the tools' names table. The
@@ -293,14 +375,14 @@ constexpr std::array<Field, N> fieldsOf(const Described (&d)[N])
     return f;
 }
 
-// ---- the program of a description ---------------------------------------------------
+// ---- the steps compiled from a description ----------------------------------------------
 
 constexpr uint32_t scalarWire(Op op) { return op == Op::U64 ? 24 : 12; }
 
 inline uint16_t segmentTooLong() { return 0; }  // not constexpr: stops the compilation
 
 template <size_t K>
-struct Program {
+struct CompiledSteps {
     std::array<Step, K> steps{};
     size_t count = 0;
     std::array<uint8_t, K> vars{};  // the steps that are not scalar runs, by index
@@ -349,9 +431,9 @@ struct Program {
 };
 
 template <size_t K, size_t N>
-constexpr Program<K> compile(const Described (&d)[N])
+constexpr CompiledSteps<K> compile(const Described (&d)[N])
 {
-    Program<K> p{};
+    CompiledSteps<K> p{};
     for (size_t i = 0; i < N; ++i) {
         const Field &f = d[i].field;
         switch (f.form) {
@@ -371,13 +453,13 @@ constexpr Program<K> compile(const Described (&d)[N])
     return p;
 }
 
-// The steps of a program in an array of their own length: all that is kept.
+// The compiled steps in an array of their own length: all that is kept.
 template <size_t K, size_t N>
-constexpr std::array<Step, K> stepsOf(const Program<N> &big)
+constexpr std::array<Step, K> stepsOf(const CompiledSteps<N> &all)
 {
     std::array<Step, K> steps{};
     for (size_t i = 0; i < K; ++i)
-        steps[i] = big.steps[i];
+        steps[i] = all.steps[i];
     return steps;
 }
 
@@ -392,7 +474,7 @@ constexpr std::array<char, L> textOf(const char (&s)[L])
 
 // The list of variable steps, then the name: the bytes after the steps.
 template <size_t L, size_t K, size_t N>
-constexpr std::array<uint8_t, L> tailOf(const Program<K> &p, const char (&name)[N])
+constexpr std::array<uint8_t, L> tailOf(const CompiledSteps<K> &p, const char (&name)[N])
 {
     std::array<uint8_t, L> tail{};
     for (size_t i = 0; i < p.nvars; ++i)
@@ -404,23 +486,21 @@ constexpr std::array<uint8_t, L> tailOf(const Program<K> &p, const char (&name)[
 
 }  // namespace iv
 
-#define IV_MEMBER(m, tag) ::iv::member<decltype(Self::m)>(offsetof(Self, m), tag, #m)
-#define IV_COUNTED(count, countTag, arr, tag)                                           \
-    ::iv::counted<decltype(Self::count), decltype(Self::arr)>(offsetof(Self, count), countTag, \
-                                                              offsetof(Self, arr), tag, #arr)
-#define IV_TABLE(arr, tag) ::iv::table<decltype(Self::arr)>(offsetof(Self, arr), tag, #arr)
+#define IV_MEMBER(m, tag) ::iv::member<&Self::m>(offsetof(Self, m), tag, #m)
+#define IV_COUNTED(count, countTag, arr, tag)                                          \
+    ::iv::counted<&Self::count, &Self::arr>(offsetof(Self, count), countTag,           \
+                                            offsetof(Self, arr), tag, #arr)
+#define IV_TABLE(arr, tag) ::iv::table<&Self::arr>(offsetof(Self, arr), tag, #arr)
 
 // The checks of one description against its struct, with `start` the end of
 // what comes before the first described member and `headInits` its number of
-// initializers (0 and 0 for records, the head for message bodies).
+// initializers (0 and 0 for records, the head for message bodies). The layout
+// is checked by a constant's initializer rather than a static_assert: a
+// broken rule then gives one error, the fix's, instead of two.
 #define IV_CHECK_LAYOUT(T, all, start, headInits)                                          \
-    static_assert(::iv::tagsInOrder(all), #T ": member numbers must run from 3 in member order"); \
-    static_assert(::iv::inDeclarationOrder(all),                                            \
-                  #T ": members must be described in declaration order");                  \
-    static_assert(::iv::leavesNoGap(all, start, sizeof(T), ::iv::memberAlign<T>()),                     \
-                  #T ": a member is not described (gap between described members)");       \
-    static_assert(::iv::takesExactly<T, ::iv::initsOf(all, headInits)>(),                   \
-                  #T ": a member is not described (the struct has more members)");         \
+    [[maybe_unused]] static constexpr bool layoutHolds =                                   \
+        ::iv::layoutHolds(all, start, sizeof(T), ::iv::memberAlign<T>(),                   \
+                          ::iv::takesExactly<T, ::iv::initsOf(all, headInits)>());         \
     static_assert(sizeof(T) < 0x10000 && sizeof all / sizeof all[0] < 0x10000,              \
                   #T ": too large for a 16-bit size or member count");
 
@@ -442,28 +522,30 @@ constexpr std::array<uint8_t, L> tailOf(const Program<K> &p, const char (&name)[
         static constexpr auto names = ::iv::namesOf<::iv::namesLength(all)>(all);          \
         static constexpr auto title = ::iv::textOf(#T);                                    \
         static_assert(list.size() < 128, #T ": steps name their field in 8 bits");        \
-        static constexpr auto big = ::iv::compile<2 * list.size()>(all); \
-        static_assert(big.fixedWire < 0x10000, #T ": too many scalar members");            \
+        static constexpr auto compiled = ::iv::compile<2 * list.size()>(all); \
+        static_assert(compiled.fixedWire < 0x10000, #T ": too many scalar members");            \
     };                                                                                     \
     }                                                                                      \
     namespace iv {                                                                         \
     template <>                                                                            \
     struct DescTables<T> {                                                                 \
         TypeDesc head;                                                                     \
-        std::array<Step, ivFields_##T::big.count> steps;                                   \
-        std::array<uint8_t, ivFields_##T::big.nvars + sizeof kept> tail;                   \
+        std::array<Step, ivFields_##T::compiled.count> steps;                                   \
+        std::array<uint8_t, ivFields_##T::compiled.nvars + sizeof kept> tail;                   \
     };                                                                                     \
     static_assert(offsetof(DescTables<T>, steps) == sizeof(TypeDesc) &&                    \
                       offsetof(DescTables<T>, tail) ==                                     \
-                          sizeof(TypeDesc) + sizeof(Step) * ivFields_##T::big.count,       \
+                          sizeof(TypeDesc) + sizeof(Step) * ivFields_##T::compiled.count,       \
                   #T ": the steps, the variable steps and the name lie right after the head"); \
     template <>                                                                            \
     const DescTables<T> Desc<T>::d = {                                                     \
         {(uint16_t)ivFields_##T::list.size(), (uint16_t)sizeof(T),                         \
-         (uint8_t)ivFields_##T::big.count, (uint8_t)ivFields_##T::big.nvars,               \
-         (uint16_t)ivFields_##T::big.fixedWire},                                           \
-        ::iv::stepsOf<ivFields_##T::big.count>(ivFields_##T::big),                         \
-        ::iv::tailOf<ivFields_##T::big.nvars + sizeof kept>(ivFields_##T::big, kept)};     \
+         (uint8_t)ivFields_##T::compiled.count, (uint8_t)ivFields_##T::compiled.nvars,               \
+         (uint16_t)ivFields_##T::compiled.fixedWire},                                           \
+        ::iv::stepsOf<ivFields_##T::compiled.count>(ivFields_##T::compiled),                         \
+        ::iv::tailOf<ivFields_##T::compiled.nvars + sizeof kept>(ivFields_##T::compiled, kept)};     \
+    template <>                                                                            \
+    inline constexpr bool kDescribed<T> = true;                                            \
     template <>                                                                            \
     const char *const MemberNames<T>::type = ivFields_##T::title.data();                   \
     template <>                                                                            \

@@ -8,6 +8,9 @@
 
 namespace iv {
 
+static uint32_t readText(const Reporter &who, const uint8_t *&p, const uint8_t *end, uint32_t tag,
+                         char *dst, uint32_t cap);
+
 namespace {
 
 constexpr uint32_t kMalformed = 4;
@@ -147,24 +150,6 @@ uint32_t readScalar64(const Reporter &who, const uint8_t *&p, const uint8_t *end
     return 0;
 }
 
-// The positions are kept in locals and returned: a position held in memory
-// would be reloaded after every byte that the engine stores.
-struct Engine {
-    static uint32_t read(const TypeDesc &d, uint8_t *rec, const uint8_t *&pos, const uint8_t *end,
-                         const Reporter &who);
-    static void errorsBefore(const Reporter &who, const uint8_t *rec, const Step *s,
-                             uint32_t from, const Step *e);
-    // Reads a nested record from a copy of the position (see fromCopy).
-    static uint32_t readNested(const TypeDesc &d, uint8_t *rec, const uint8_t *&p,
-                               const uint8_t *end, ReadFailure *fail)
-    {
-        const uint8_t *q = p;
-        uint32_t err = read(d, rec, q, end, Reporter{unserializeName(d), q, fail});
-        p = q;
-        return err;
-    }
-};
-
 // Member k of the scalar run s, whose first member is at m: read and stored.
 uint32_t readRunMember(const Reporter &who, const uint8_t *&p, const uint8_t *end, const Step &s,
                        uint32_t k, uint8_t *m)
@@ -193,7 +178,7 @@ inline uint32_t fromCopy(const uint8_t *&p, Reader reader)
     return err;
 }
 
-// ---- the program walkers ---------------------------------------------------------
+// ---- the walks over a type's steps ----------------------------------------------------
 
 inline uint32_t widen(Op op, const uint8_t *m)
 {
@@ -252,15 +237,21 @@ inline uint8_t *putRun(uint8_t *p, const uint8_t *m, Head32 head, uint32_t n, Op
     return p;
 }
 
-// Reads n well-formed scalar32 items, whose bytes are known to be there,
-// into members of `width` bytes; false at the first that is not exactly
-// tag, length 4, value.
-inline bool getRun(const uint8_t *&pos, uint8_t *m, Head32 head, uint32_t n, uint32_t width)
+// What the quick readers return when every item was as written; else the
+// number of members (or elements) of the step that were, read and stored.
+constexpr uint32_t kAll = 0xFFFFFFFF;
+
+// Reads n scalar32 items, whose bytes are known to be there, into members
+// of `width` bytes, as long as each is exactly tag, length 4, value: kAll,
+// or how many were; pos is past them.
+inline uint32_t getRun(const uint8_t *&pos, uint8_t *m, Head32 head, uint32_t n, uint32_t width)
 {
     const uint8_t *p = pos;
     for (uint32_t i = 0; i < n; ++i) {
-        if (!head.at(p))
-            return false;
+        if (!head.at(p)) {
+            pos = p;
+            return i;
+        }
         uint32_t v = rd32(p + 8);
         uint8_t *to = m + i * width;
         if (width == 1)
@@ -273,7 +264,7 @@ inline bool getRun(const uint8_t *&pos, uint8_t *m, Head32 head, uint32_t n, uin
         p += kScalar32Size;
     }
     pos = p;
-    return true;
+    return kAll;
 }
 
 // Where the code is built for speed, each member width gets a loop of its
@@ -354,29 +345,74 @@ __attribute__((always_inline)) inline uint8_t *putScalars(const Step *s, const u
 }
 #endif
 
-// One scalar step: its run of items read, the bytes of its group checked
-// first when it is the group's first step.
-inline bool getScalars(const Step *s, uint8_t *rec, const uint8_t *&p, const uint8_t *end)
+// One scalar step read quickly: its items as long as each is exactly tag,
+// length, value, the bytes of its group checked first when it is the
+// group's first step. kAll, or the members read when an item is not as
+// written or the group's bytes are not all there; p is past them.
+inline uint32_t getScalars(const Step *s, uint8_t *rec, const uint8_t *&p, const uint8_t *end)
 {
     uint8_t *m = rec + s->offset;
     if (s->bound && end && (uint32_t)(end - p) < s->bound)
-        return false;
+        return 0;
     if (s->op == Op::U64) {
         uint64_t len = word64(8);
         for (uint32_t i = 0; i < s->n; ++i) {
             if (load64(p) != word64(s->tag + i) || load64(p + 8) != len)
-                return false;
+                return i;
             store64(m + 8 * i, rd64(p + 16));
             p += kScalar64Size;
         }
-        return true;
+        return kAll;
     }
     Head32 head(s->tag, true);
     return IV_BY_WIDTH(s->op, getRun(p, m, head, s->n, scalarWidth(s->op)),
                        getRun(p, m, head, s->n, 2), getRun(p, m, head, s->n, 4));
 }
 
-struct Program {
+// One text item read quickly, when it is complete before end, has its tag,
+// and holds its NUL within its length and its field.
+inline bool getText(const Step *s, uint8_t *at, const uint8_t *&p, const uint8_t *end)
+{
+    if (end && (uint32_t)(end - p) < 8)
+        return false;
+    uint32_t l = rd32(p + 4);
+    if (rd32(p) != s->tag || !stepFits(p, 8, l) || (end && l > (uint32_t)(end - p) - 8))
+        return false;
+    const uint8_t *nul = (const uint8_t *)memchr(p + 8, 0, l);
+    if (!nul || (uint32_t)(nul - (p + 8)) + 1 > s->bound)
+        return false;
+    memcpy(at, p + 8, (size_t)(nul - (p + 8)) + 1);
+    p += 8 + (size_t)l;
+    return true;
+}
+
+// What a read needs beyond its position, the same at every level: the end
+// (null: trust item lengths), where a refusal is recorded, and the message
+// body, if any, whose own level reports as its callback.
+struct Reading {
+    const uint8_t *end;
+    ReadFailure *fail;
+    const TypeDesc *body;
+    const Reporter *bodyReporter;
+
+    // Who reports a refusal in the level of type d that starts at `start`:
+    // a record as its own unserialize, the body's level as the body's callback.
+    Reporter reporter(const TypeDesc &d, const uint8_t *start) const
+    {
+        return &d == body ? *bodyReporter : Reporter{unserializeName(d), start, fail};
+    }
+};
+
+// A position being read, with the read it belongs to: a level passes its
+// own to the levels nested in it.
+struct Cursor {
+    const uint8_t *p;
+    const Reading *r;
+};
+
+// The walks over a type's steps, one per operation (copy, length, write,
+// read), and the reader's hand-over and unwinding paths.
+struct Walk {
     // Types whose steps are all scalar runs take these (writeFlat only where
     // built for size): they call nothing, so they keep everything in registers.
     static uint8_t *writeFlat(const TypeDesc &d, const uint8_t *rec, uint8_t *p)
@@ -385,14 +421,29 @@ struct Program {
             p = putScalars(s, rec, p);
         return p;
     }
-    static bool readFlat(const TypeDesc &d, uint8_t *rec, const uint8_t *&pos, const uint8_t *end)
+    // Reads quickly: kAll, or at the first item that is not as written, k
+    // of getScalars with s and p where it is.
+    static uint32_t getFlat(const TypeDesc &d, uint8_t *rec, const uint8_t *&p,
+                            const uint8_t *end, const Step *&at)
     {
-        const uint8_t *p = pos;
-        for (const Step *s = d.steps(), *e = s + d.nsteps; s != e; ++s)
-            if (!getScalars(s, rec, p, end))
-                return false;
-        pos = p;
-        return true;
+        for (const Step *s = d.steps(), *e = s + d.nsteps; s != e; ++s) {
+            uint32_t k = getScalars(s, rec, p, end);
+            if (k != kAll) {
+                at = s;
+                return k;
+            }
+        }
+        return kAll;
+    }
+    static uint32_t readFlat(const TypeDesc &d, uint8_t *rec, Cursor &at)
+    {
+        const uint8_t *p = at.p;
+        const Step *s;
+        uint32_t k = getFlat(d, rec, p, at.r->end, s);
+        if (k != kAll)
+            return readOn(d, rec, at.p, s, k, p, *at.r);
+        at.p = p;
+        return 0;
     }
     static uint8_t *put(const TypeDesc &d, const uint8_t *rec, uint8_t *p)
     {
@@ -404,9 +455,37 @@ struct Program {
         // keep once: write() takes the flat types too.
         return write(d, rec, p);
     }
-    static bool get(const TypeDesc &d, uint8_t *rec, const uint8_t *&pos, const uint8_t *end)
+    // Built for size, read() takes records of scalar runs too: one reader
+    // less to keep.
+    static uint32_t get(const TypeDesc &d, uint8_t *rec, Cursor &at)
     {
-        return d.nvars ? read(d, rec, pos, end) : readFlat(d, rec, pos, end);
+#ifdef __OPTIMIZE_SIZE__
+        return read(d, rec, at);
+#else
+        return d.nvars ? read(d, rec, at) : readFlat(d, rec, at);
+#endif
+    }
+    // The same for a nested record: a record of scalar runs is read out of
+    // line, where the level that reads it keeps its registers.
+    __attribute__((noinline)) static uint32_t readFlatOutOfLine(const TypeDesc &d, uint8_t *rec,
+                                                                Cursor &at)
+    {
+        return readFlat(d, rec, at);
+    }
+    static uint32_t getNested(const TypeDesc &d, uint8_t *rec, Cursor &at)
+    {
+#ifdef __OPTIMIZE_SIZE__
+        return read(d, rec, at);
+#else
+        return d.nvars ? read(d, rec, at) : readFlatOutOfLine(d, rec, at);
+#endif
+    }
+    static uint32_t getAt(const TypeDesc &d, uint8_t *rec, const uint8_t *&pos, const Reading &r)
+    {
+        Cursor at{pos, &r};
+        uint32_t err = get(d, rec, at);
+        pos = at.p;
+        return err;
     }
     static uint32_t size(const TypeDesc &d, const uint8_t *rec)
     {
@@ -427,17 +506,41 @@ struct Program {
         return *t;
     }
     // The entry points' walks, from a description that may be a wrapper;
-    // inline, so that the exports' one-pass read calls nothing before it.
+    // inline, so that the bounded record export calls nothing before reading.
     static uint8_t *putOuter(const TypeDesc &outer, const uint8_t *rec, uint8_t *p)
     {
         const TypeDesc &d = innermost(outer, rec);
         return put(d, rec, p);
     }
-    static bool getOuter(const TypeDesc &outer, uint8_t *rec, const uint8_t *&pos,
-                         const uint8_t *end)
+    // A record of scalar runs is read with nothing set up for a refusal
+    // until one happens (flatRefused). `bodyReporter`: the reporter of a
+    // message body's level, null for a record's. The wrappers' levels have
+    // no other member: a failure inside adds their levels to the path, and
+    // no line of their own.
+    static uint32_t getOuter(const TypeDesc &outer, uint8_t *rec, const uint8_t *&pos,
+                             const uint8_t *end, ReadFailure *fail,
+                             const Reporter *bodyReporter)
     {
-        const TypeDesc &d = innermost(outer, rec);
-        return get(d, rec, pos, end);
+        uint8_t *at = rec;
+        const TypeDesc &d = innermost(outer, at);
+#ifndef __OPTIMIZE_SIZE__
+        if (!d.nvars) {
+            const uint8_t *p = pos;
+            const Step *s;
+            uint32_t k = getFlat(d, at, p, end, s);
+            if (k != kAll)
+                return flatRefused(outer, d, at, pos, s, k, p, end, fail, bodyReporter);
+            pos = p;
+            return 0;
+        }
+#endif
+        const Reading r{end, fail, bodyReporter ? &outer : nullptr, bodyReporter};
+        Cursor c{pos, &r};
+        uint32_t err = read(d, at, c);
+        pos = c.p;
+        if (err && &d != &outer)
+            wrappersFailed(outer, d, fail);
+        return err;
     }
     static uint32_t sizeOuter(const TypeDesc &outer, const uint8_t *rec)
     {
@@ -447,10 +550,24 @@ struct Program {
     static void copy(const TypeDesc &d, uint8_t *dst, const uint8_t *src);
     static uint32_t length(const TypeDesc &d, const uint8_t *rec);
     static uint8_t *write(const TypeDesc &d, const uint8_t *rec, uint8_t *p);
-    static bool read(const TypeDesc &d, uint8_t *rec, const uint8_t *&pos, const uint8_t *end);
+    static uint32_t read(const TypeDesc &d, uint8_t *rec, Cursor &at);
+    __attribute__((cold)) static uint32_t readOn(const TypeDesc &d, uint8_t *rec, const uint8_t *&pos, const Step *s,
+                           uint32_t k, const uint8_t *p, const Reading &r);
+    __attribute__((cold)) static uint32_t nestedFailed(const TypeDesc &d, const uint8_t *rec, const uint8_t *&pos,
+                                 const Step *s, uint32_t element, const uint8_t *p, uint32_t err,
+                                 const Reading &r);
+    __attribute__((cold)) static void wrappersFailed(const TypeDesc &outer, const TypeDesc &inner,
+                                                     ReadFailure *fail);
+    __attribute__((cold)) static uint32_t flatRefused(const TypeDesc &outer, const TypeDesc &d,
+                                                      uint8_t *rec, const uint8_t *&pos,
+                                                      const Step *s, uint32_t k, const uint8_t *p,
+                                                      const uint8_t *end, ReadFailure *fail,
+                                                      const Reporter *bodyReporter);
+    static void errorsBefore(const Reporter &who, const uint8_t *rec, const Step *s,
+                             uint32_t from, const Step *e);
 };
 
-void Program::copy(const TypeDesc &d, uint8_t *dst, const uint8_t *src)
+void Walk::copy(const TypeDesc &d, uint8_t *dst, const uint8_t *src)
 {
     for (const Step *s = d.steps(), *e = s + d.nsteps; s != e; ++s) {
         uint8_t *to = dst + s->offset;
@@ -475,7 +592,7 @@ void Program::copy(const TypeDesc &d, uint8_t *dst, const uint8_t *src)
     }
 }
 
-uint32_t Program::length(const TypeDesc &d, const uint8_t *rec)
+uint32_t Walk::length(const TypeDesc &d, const uint8_t *rec)
 {
     // The scalar runs are counted in fixedWire: only the listed steps are visited.
     uint32_t len = d.fixedWire;
@@ -499,11 +616,11 @@ uint32_t Program::length(const TypeDesc &d, const uint8_t *rec)
     return len;
 }
 
-uint8_t *Program::write(const TypeDesc &d, const uint8_t *rec, uint8_t *p)
+uint8_t *Walk::write(const TypeDesc &d, const uint8_t *rec, uint8_t *p)
 {
     for (const Step *s = d.steps(), *e = s + d.nsteps; s != e; ++s) {
-        // The scalar forms as case labels, not isScalar(): GCC lays the
-        // switch out 2% faster on records of many runs.
+        // The scalar forms as case labels rather than isScalar(): see
+        // bench/README.md on how the switch is laid out.
         switch (s->op) {
         case Op::U8:
         case Op::I8:
@@ -544,15 +661,24 @@ uint8_t *Program::write(const TypeDesc &d, const uint8_t *rec, uint8_t *p)
     return p;
 }
 
-// Reads well-formed bytes: every item complete before end, with its own tag
-// and, for scalars, exactly the length of its value. Anything else, even
-// what the full reader would accept (a longer scalar item), returns false
-// before any member past it is stored, and the caller reads the record again
-// with the full reader, which reports. What both store up to there is the same.
-bool Program::read(const TypeDesc &d, uint8_t *rec, const uint8_t *&pos, const uint8_t *end)
+// Reads one level, a record's or a body's members, at at.p. Each step is
+// read quickly while its items are exactly as the writer writes them: every
+// item complete before end, with its own tag and, for scalars, exactly the
+// length of its value. At the first item that is not, readOn takes over
+// from that item on, to the end of the level: it accepts what the format
+// allows (a scalar item longer than its value, whose rest is skipped) and
+// records and reports the first failure. Nested records are read by this
+// same reader; a failure inside one is unwound here (nestedFailed). On
+// return at.p is past what was read, or at the refused item.
+uint32_t Walk::read(const TypeDesc &d, uint8_t *rec, Cursor &at)
 {
-    const uint8_t *p = pos;
-    for (const Step *s = d.steps(), *e = s + d.nsteps; s != e; ++s) {
+    // The nested records' reads take this level's own cursor: the position
+    // and, for their hand-over, the read.
+    Cursor c{at.p, at.r};
+    const uint8_t *&p = c.p, *end = at.r->end;
+    const Step *s = d.steps(), *e = s + d.nsteps;
+    uint32_t k = 0;  // where an item is not as written: the member or element of step s
+    for (; s != e; ++s) {
         switch (s->op) {  // scalar forms as case labels, as in write()
         case Op::U8:
         case Op::I8:
@@ -560,46 +686,37 @@ bool Program::read(const TypeDesc &d, uint8_t *rec, const uint8_t *&pos, const u
         case Op::I16:
         case Op::U32:
         case Op::U64:
-            if (!getScalars(s, rec, p, end))
-                return false;
+            if ((k = getScalars(s, rec, p, end)) != kAll)
+                goto itemByItem;
             break;
         default: {
-            uint8_t *at = rec + s->offset;
+            uint8_t *m = rec + s->offset;
             switch (s->op) {
-            case Op::Text: {
-                // readText's checks without its reports, written out here: a
-                // checker shared with it cost about 40 instructions a text.
-                if (end && (uint32_t)(end - p) < 8)
-                    return false;
-                uint32_t l = rd32(p + 4);
-                if (rd32(p) != s->tag || !stepFits(p, 8, l) ||
-                    (end && l > (uint32_t)(end - p) - 8))
-                    return false;
-                const uint8_t *nul = (const uint8_t *)memchr(p + 8, 0, l);
-                if (!nul || (uint32_t)(nul - (p + 8)) + 1 > s->bound)
-                    return false;
-                memcpy(at, p + 8, (size_t)(nul - (p + 8)) + 1);
-                p += 8 + (size_t)l;
+            case Op::Text:
+                if (!getText(s, m, p, end)) {
+                    k = 0;
+                    goto itemByItem;
+                }
                 break;
-            }
             case Op::Record:
-                if (!get(s->sub(), at, p, end))
-                    return false;
+                if (uint32_t err = getNested(s->sub(), m, c))
+                    return nestedFailed(d, rec, at.p, s, ReadFailure::kWhole, p, err, *c.r);
                 break;
             case Op::ElemsU32: {
                 uint32_t n = elements(s, rec);
+                k = 0;
                 if (end && (uint32_t)(end - p) / kScalar32Size < n)
-                    return false;
-                if (!getRun(p, at, Head32(s->tag, false), n, 4))
-                    return false;
+                    goto itemByItem;
+                if ((k = getRun(p, m, Head32(s->tag, false), n, 4)) != kAll)
+                    goto itemByItem;
                 break;
             }
             default: {  // ElemsRec, Table
                 uint32_t n = elements(s, rec);
                 const TypeDesc &elem = s->sub();
                 for (uint32_t i = 0; i < n; ++i)
-                    if (!get(elem, at + i * elem.size, p, end))
-                        return false;
+                    if (uint32_t err = getNested(elem, m + i * elem.size, c))
+                        return nestedFailed(d, rec, at.p, s, i, p, err, *c.r);
                 break;
             }
             }
@@ -607,25 +724,25 @@ bool Program::read(const TypeDesc &d, uint8_t *rec, const uint8_t *&pos, const u
         }
         }
     }
-    pos = p;
-    return true;
+    at.p = p;
+    return 0;
+itemByItem:
+    return readOn(d, rec, at.p, s, k, p, *c.r);
 }
 
-// The full reader, member by member along the steps, for bytes that the
-// program refused: it accepts what the format allows (a scalar item longer
-// than its value, whose rest is skipped) and reports the first failure.
-// Reads the members in order, up to the first failure. Nothing more is read
-// after it: each later item of this level (scalar, text, count, scalar
-// element) logs "Error Before"; later nested records and record elements
-// stay silent.
-uint32_t Engine::read(const TypeDesc &d, uint8_t *rec, const uint8_t *&pos, const uint8_t *end,
-                      const Reporter &who)
+// The rest of a level, from member (or element) k of step s at p, read item
+// by item; pos is still the level's start. Reads up to the first failure and
+// nothing after it: each later item of this level (scalar, text, count,
+// scalar element) logs "Error Before"; later nested records and record
+// elements stay silent.
+uint32_t Walk::readOn(const TypeDesc &d, uint8_t *rec, const uint8_t *&pos, const Step *s,
+                         uint32_t k, const uint8_t *p, const Reading &r)
 {
-    const uint8_t *p = pos;
+    const Reporter who = r.reporter(d, pos);
+    const uint8_t *end = r.end;
     uint32_t err = 0;
-    const Step *s = d.steps(), *e = s + d.nsteps;
-    uint32_t k = 0;  // the member of a scalar run
-    for (; s != e; ++s) {
+    const Step *e = d.steps() + d.nsteps;
+    for (; s != e; ++s, k = 0) {
         uint8_t *m = rec + s->offset;
         uint32_t elem = ReadFailure::kWhole;  // on failure: the element that failed
         switch (s->op) {
@@ -634,13 +751,17 @@ uint32_t Engine::read(const TypeDesc &d, uint8_t *rec, const uint8_t *&pos, cons
                 return readText(who, q, end, s->tag, (char *)m, s->bound);
             });
             break;
-        case Op::Record: err = readNested(s->sub(), m, p, end, who.fail); break;
+        case Op::Record:
+            err = fromCopy(p, [&](const uint8_t *&q) { return getAt(s->sub(), m, q, r); });
+            break;
         case Op::Table:
         case Op::ElemsRec: {
             uint32_t n = elements(s, rec);
             const TypeDesc &sub = s->sub();
             for (uint32_t i = 0; i < n; ++i)
-                if ((err = readNested(sub, m + i * sub.size, p, end, who.fail))) {
+                if ((err = fromCopy(p, [&](const uint8_t *&q) {
+                         return getAt(sub, m + i * sub.size, q, r);
+                     }))) {
                     elem = i;
                     break;
                 }
@@ -648,7 +769,7 @@ uint32_t Engine::read(const TypeDesc &d, uint8_t *rec, const uint8_t *&pos, cons
         }
         case Op::ElemsU32:
             // Once an element fails, the ones after it are not read.
-            for (uint32_t i = 0, n = elements(s, rec); i < n; ++i) {
+            for (uint32_t i = k, n = elements(s, rec); i < n; ++i) {
                 uint32_t v = 0;
                 if (err)
                     errorBefore(who, s->tag);
@@ -661,7 +782,7 @@ uint32_t Engine::read(const TypeDesc &d, uint8_t *rec, const uint8_t *&pos, cons
             }
             break;
         default:  // scalar runs
-            for (k = 0; k < s->n && !err; ++k)
+            for (; k < s->n && !err; ++k)
                 err = fromCopy(p, [&](const uint8_t *&q) {
                     return readRunMember(who, q, end, *s, k, m);
                 });
@@ -676,7 +797,7 @@ uint32_t Engine::read(const TypeDesc &d, uint8_t *rec, const uint8_t *&pos, cons
                              (s[1].op == Op::ElemsRec || s[1].op == Op::ElemsU32);
                 elem = count ? ReadFailure::kCount : ReadFailure::kWhole;
             }
-            who.fail->step(field, elem);
+            r.fail->addLevel(field, elem);
             break;
         }
     }
@@ -686,10 +807,50 @@ uint32_t Engine::read(const TypeDesc &d, uint8_t *rec, const uint8_t *&pos, cons
     return err;
 }
 
+// A nested record of step s (or its element `element`) failed, with p where
+// its read stopped: the level is unwound as readOn unwinds it.
+uint32_t Walk::nestedFailed(const TypeDesc &d, const uint8_t *rec, const uint8_t *&pos,
+                               const Step *s, uint32_t element, const uint8_t *p, uint32_t err,
+                               const Reading &r)
+{
+    const Reporter who = r.reporter(d, pos);
+    r.fail->addLevel(s->field, element);
+    pos = p;
+    errorsBefore(who, rec, s, 0, d.steps() + d.nsteps);
+    return err;
+}
+
+#ifndef __OPTIMIZE_SIZE__
+// A record of scalar runs at the top of a read (inside the wrappers of
+// `outer`, if any) has an item that is not as written.
+uint32_t Walk::flatRefused(const TypeDesc &outer, const TypeDesc &d, uint8_t *rec,
+                              const uint8_t *&pos, const Step *s, uint32_t k, const uint8_t *p,
+                              const uint8_t *end, ReadFailure *fail, const Reporter *bodyReporter)
+{
+    const Reading r{end, fail, bodyReporter ? &outer : nullptr, bodyReporter};
+    uint32_t err = readOn(d, rec, pos, s, k, p, r);
+    if (err && &d != &outer)
+        wrappersFailed(outer, d, fail);
+    return err;
+}
+#endif
+
+// The path through the wrappers that getOuter skipped, innermost first.
+void Walk::wrappersFailed(const TypeDesc &outer, const TypeDesc &inner, ReadFailure *fail)
+{
+    for (const TypeDesc *t = &inner; t != &outer;) {
+        const TypeDesc *w = &outer;
+        while (&w->steps()->sub() != t)
+            w = &w->steps()->sub();
+        fail->addLevel(w->steps()->field, ReadFailure::kWhole);
+        t = w;
+    }
+}
+
 // The members after a failure in step s, none of them read: in a scalar
 // run the members after the failing one (from `from` on), then every later
 // step.
-void Engine::errorsBefore(const Reporter &who, const uint8_t *rec, const Step *s, uint32_t from,
+void Walk::errorsBefore(const Reporter &who, const uint8_t *rec, const Step *s, uint32_t from,
                           const Step *e)
 {
     if (isScalar(s->op))
@@ -748,7 +909,8 @@ uint32_t readScalar32(const Reporter &who, const uint8_t *&p, const uint8_t *end
     return 0;
 }
 
-uint32_t readText(const Reporter &who, const uint8_t *&p, const uint8_t *end, uint32_t tag,
+// One text item read, with its NUL, and checked against its field's N.
+static uint32_t readText(const Reporter &who, const uint8_t *&p, const uint8_t *end, uint32_t tag,
                   char *dst, uint32_t cap)
 {
     uint32_t l = 0;
@@ -779,34 +941,24 @@ uint32_t copy(const TypeDesc &d, void *dst, const void *src)
 {
     if (!dst || !src)
         return kMalformed;
-    Program::copy(d, (uint8_t *)dst, (const uint8_t *)src);
+    Walk::copy(d, (uint8_t *)dst, (const uint8_t *)src);
     return 0;
 }
 
-uint32_t wireLength(const TypeDesc &d, const void *rec)
+uint8_t *write(const TypeDesc &d, const void *rec, uint8_t *p)
 {
-    return Program::sizeOuter(d, (const uint8_t *)rec);
+    return Walk::putOuter(d, (const uint8_t *)rec, p);
 }
 
-uint8_t *writeWire(const TypeDesc &d, const void *rec, uint8_t *p)
+uint32_t read(const TypeDesc &d, void *rec, const uint8_t *&pos, const uint8_t *end,
+              const Reporter &who)
 {
-    return Program::putOuter(d, (const uint8_t *)rec, p);
-}
-
-bool readWellFormed(const TypeDesc &d, void *rec, const uint8_t *&p, const uint8_t *end)
-{
-    return Program::getOuter(d, (uint8_t *)rec, p, end);
-}
-
-uint32_t readReporting(const TypeDesc &d, void *rec, const uint8_t **pos, const uint8_t *end,
-                       const Reporter &who)
-{
-    return Engine::read(d, (uint8_t *)rec, *pos, end, who);
+    return Walk::getOuter(d, (uint8_t *)rec, pos, end, who.fail, &who);
 }
 
 uint32_t length(const TypeDesc &d, const void *rec)
 {
-    return rec ? Program::sizeOuter(d, (const uint8_t *)rec) : 0;
+    return rec ? Walk::sizeOuter(d, (const uint8_t *)rec) : 0;
 }
 
 uint32_t recCopy(void *dst, const void *src, uint32_t type)
@@ -823,7 +975,7 @@ uint32_t recSerialize(const void *rec, uint8_t **pos, uint32_t type)
 {
     if (!rec || !pos || !*pos)
         return kMalformed;
-    *pos = Program::putOuter(recordType((uint8_t)type), (const uint8_t *)rec, *pos);
+    *pos = Walk::putOuter(recordType((uint8_t)type), (const uint8_t *)rec, *pos);
     return 0;
 }
 
@@ -833,29 +985,15 @@ uint32_t recUnserialize(void *rec, const uint8_t **pos, uint32_t type)
     return readRecord(recordType((uint8_t)type), rec, pos, nullptr, fail);
 }
 
-// A record's bytes that the one-pass read refused, read again from their
-// start by the reader that reports, as the record's own unserialize.
-static uint32_t readRefused(const TypeDesc &d, void *rec, const uint8_t **pos,
-                            const uint8_t *end, ReadFailure &fail)
-{
-    fail.start = *pos;
-    return readReporting(d, rec, pos, end, Reporter{unserializeName(d), *pos, &fail});
-}
-
-// Its own one-pass read rather than a call to readRecord: the call is a tenth of
-// a small record's decode.
+// The same as readRecord, written out so that the export calls nothing
+// before reading (bench/README.md).
 uint32_t recUnserializeBounded(void *rec, const uint8_t **pos, const uint8_t *end, uint32_t type)
 {
     if (!rec || !end || !pos || !*pos || end < *pos)
         return kMalformed;
-    const TypeDesc &d = recordType((uint8_t)type);
-    const uint8_t *p = *pos;
-    if (Program::getOuter(d, (uint8_t *)rec, p, end)) {
-        *pos = p;
-        return 0;
-    }
     ReadFailure fail;
-    return readRefused(d, rec, pos, end, fail);
+    fail.start = *pos;
+    return Walk::getOuter(recordType((uint8_t)type), (uint8_t *)rec, *pos, end, &fail, nullptr);
 }
 
 uint32_t readRecord(const TypeDesc &d, void *rec, const uint8_t **pos, const uint8_t *end,
@@ -863,12 +1001,8 @@ uint32_t readRecord(const TypeDesc &d, void *rec, const uint8_t **pos, const uin
 {
     if (!rec || !pos || !*pos)
         return kMalformed;
-    const uint8_t *p = *pos;
-    if (Program::getOuter(d, (uint8_t *)rec, p, end)) {
-        *pos = p;
-        return 0;
-    }
-    return readRefused(d, rec, pos, end, fail);
+    fail.start = *pos;
+    return Walk::getOuter(d, (uint8_t *)rec, *pos, end, &fail, nullptr);
 }
 
 }  // namespace iv

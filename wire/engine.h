@@ -1,5 +1,29 @@
 // The generic record engine: one description per record type, and the five
 // operations (copy, clean, length, serialize, unserialize) derived from it.
+//
+// The pipeline, from a struct to its bytes:
+//
+//   description   IV_RECORD(T, IV_MEMBER(...), ...)             wire/describe.h
+//                 compile time only: a `Described` per member, checked
+//                 against the struct (order, numbers, gaps, padding)
+//        |  compile()  (constexpr, when the library is built)
+//        v
+//   steps         TypeDesc head + Step[] + variable steps + name: one
+//                 constant object per type, DescTables<T>, reached by
+//                 number through recordTypes[] (the library keeps only this)
+//        |                                        (the tools also keep a
+//        v                                         Field per member, with
+//   operations    wire/engine.cpp, one walk per operation:  its name:
+//                   copy    length    write    read        types/names.h)
+//                 read is the one reader: quick while the items are exactly
+//                 as written, item by item from the first that is not,
+//                 recording a refusal in a ReadFailure and logging its
+//                 lines from that record
+//        |
+//        v
+//   entry points  the record exports (types/exports.cpp) jump to rec*();
+//                 message bodies (messages/frame.cpp) call length, write
+//                 and read on their body's description
 #pragma once
 
 #include <stddef.h>
@@ -80,9 +104,9 @@ struct Field {
     }
 };
 
-// One step of a type's program, compiled from its fields when the library
-// is built; the program is all that the library keeps of a description (the
-// fields themselves stay with the tools, beside the member names). A scalar
+// One step of a type, compiled from its description when the library is
+// built; the steps are all that the library keeps of a description (the
+// Fields stay with the tools, beside the member names). A scalar
 // step covers a run of members of one form whose tags follow each other and
 // which lie side by side in the struct: ccaStats is a single step of five.
 // The count of a counted array is such a member, the last of its run, right
@@ -154,6 +178,10 @@ struct Desc {
     static const DescTables<T> d;
 };
 
+// Whether T is described (IV_RECORD or IV_DESCRIBE) in this translation unit.
+template <class T>
+inline constexpr bool kDescribed = false;
+
 // T's description (the head of Desc<T>::d, with which it shares its address).
 template <class T>
 inline const TypeDesc &descOf()
@@ -189,7 +217,7 @@ struct ReadFailure {
     };
     // One level of the member path: a field of a record, and for a table or
     // an array the element (or the count item) that failed.
-    struct Step {
+    struct Level {
         uint8_t field;     // index into the record's fields
         uint16_t element;  // kWhole, kCount or an element index
     };
@@ -199,8 +227,8 @@ struct ReadFailure {
 
     const uint8_t *start;  // first byte of the input, set by whoever starts the read
     Reason reason;
-    uint8_t depth;         // steps in path
-    bool pathCut;          // the path was deeper than kMaxDepth: outer steps missing
+    uint8_t depth;         // levels in path
+    bool pathCut;          // the path was deeper than kMaxDepth: outer levels missing
     uint32_t tag;          // item number expected (frame: 0 or 1)
     uint32_t offset;       // of the refused item from start; a body read in full: its length
     uint32_t base;         // of the record that reports it (its pBody) from start
@@ -209,7 +237,7 @@ struct ReadFailure {
     uint32_t left;         // bytes left, as the lines count them
     uint32_t textLen;      // characters of a refused text, NUL not counted
     uint32_t cap;          // its field, NUL included
-    Step path[kMaxDepth];  // innermost first
+    Level path[kMaxDepth];  // innermost first
 
     // Records a refusal of item `item` at offset `at` (counted from start), in
     // the record at `from`, having found `value`; whatever else the reason
@@ -227,13 +255,13 @@ struct ReadFailure {
     }
 
     // Adds the enclosing level as a read unwinds.
-    void step(size_t field, uint32_t element)
+    void addLevel(size_t field, uint32_t element)
     {
         if (depth == kMaxDepth) {
             pathCut = true;
             return;
         }
-        path[depth++] = Step{(uint8_t)field, (uint16_t)element};
+        path[depth++] = Level{(uint8_t)field, (uint16_t)element};
     }
 };
 
@@ -250,17 +278,21 @@ struct Reporter {
 uint32_t copy(const TypeDesc &d, void *dst, const void *src);
 uint32_t length(const TypeDesc &d, const void *rec);
 
-// For callers that have checked their pointers: the wire length of a record
-// or body, its items written at p (the end returned), and the one-pass read
-// that takes only well-formed bytes (false: read them again with
-// readReporting, which takes what the format allows and reports).
-uint32_t wireLength(const TypeDesc &d, const void *rec);
-uint8_t *writeWire(const TypeDesc &d, const void *rec, uint8_t *p);
-bool readWellFormed(const TypeDesc &d, void *rec, const uint8_t *&p, const uint8_t *end);
-// Reads member by member, reporting as `who` (message bodies report as the
-// body callback, their offsets counted from who.fail->start).
-uint32_t readReporting(const TypeDesc &d, void *rec, const uint8_t **pos, const uint8_t *end,
-                       const Reporter &who);
+// For callers that have checked their pointers: a record's or a body's
+// items written at p (the end returned), and read at pos (end null: trust
+// item lengths). A refusal is recorded in who.fail, whose start the caller
+// has set, and reported as `who` (a body's level reports as its callback,
+// records nested in it as their unserialize); pos is then at the refused
+// item, else past the items read.
+uint8_t *write(const TypeDesc &d, const void *rec, uint8_t *p);
+uint32_t read(const TypeDesc &d, void *rec, const uint8_t *&pos, const uint8_t *end,
+              const Reporter &who);
+
+// Reads one record at *pos as its exported unserialize does; end bounds every
+// read (null: trust item lengths). Sets fail.start; when the bytes are
+// refused, the rest of `fail` says why and where, and is left alone otherwise.
+uint32_t readRecord(const TypeDesc &d, void *rec, const uint8_t **pos, const uint8_t *end,
+                    ReadFailure &fail);
 
 // The exported record operations: their own arguments first and the type's
 // number last, so that each export is a single jump here and names its type
@@ -271,17 +303,11 @@ uint32_t recSerialize(const void *rec, uint8_t **pos, uint32_t type);
 uint32_t recUnserialize(void *rec, const uint8_t **pos, uint32_t type);
 uint32_t recUnserializeBounded(void *rec, const uint8_t **pos, const uint8_t *end, uint32_t type);
 
-// Reads one record at *pos as its exported unserialize does; end bounds every
-// read (null: trust item lengths). When the bytes are refused, `fail` says
-// why and where; it is left alone otherwise.
-uint32_t readRecord(const TypeDesc &d, void *rec, const uint8_t **pos, const uint8_t *end,
-                    ReadFailure &fail);
-// One string item's text, read and checked against the capacity: the shared
-// reader of the engine and of message bodies.
-uint32_t readText(const Reporter &who, const uint8_t *&p, const uint8_t *end, uint32_t tag,
-                  char *dst, uint32_t cap);
-void errorBefore(const Reporter &who, uint32_t tag);
+// Single items, for the frame's two: one scalar32 item read, its value
+// stored and p moved past it (0), or refused and reported as `who`; and the
+// line of an item that is not read after a refusal.
 uint32_t readScalar32(const Reporter &who, const uint8_t *&p, const uint8_t *end, uint32_t tag,
                       uint32_t &value);
+void errorBefore(const Reporter &who, uint32_t tag);
 
 }  // namespace iv

@@ -19,7 +19,7 @@ namespace {
 void follow(const iv::ReadFailure &fail, const TypeDesc *d, const char *root, Stop &stop)
 {
     for (unsigned k = fail.depth; d && k-- > 0;) {
-        const iv::ReadFailure::Step &s = fail.path[k];
+        const iv::ReadFailure::Level &s = fail.path[k];
         if (s.field >= d->count)
             break;
         const Field &f = iv::fieldsOf(*d)[s.field];
