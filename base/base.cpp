@@ -12,9 +12,6 @@ using iv::FnName;
 constexpr char kIntfName[] = "IntfVelmor";
 constexpr uint16_t kNone = INTFVELMOR_MNGT_NONE;
 
-// Entries 4 and 7 share one stored text: entry 7 starts at its fourth character.
-constexpr char kGetTemporarilyBlackList[] = "GetTemporarilyBlackList";
-
 }  // namespace
 
 #define IV_CMD_ENTRY(idx, X, entryName, magic, stamp, magicName, ...)                \
