@@ -58,7 +58,6 @@ struct RecordOps {
 inline const RecordOps kRecords[] = {INTFVELMOR_RECORD_TYPES(IVFUZZ_OPS)};
 #undef IVFUZZ_OPS
 constexpr unsigned kRecordCount = sizeof kRecords / sizeof kRecords[0];
-static_assert(kRecordCount == 75, "one entry per record type");
 
 // ---- allocations: every one the library makes, counted -----------------------------
 inline long g_live = 0;

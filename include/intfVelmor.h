@@ -53,6 +53,7 @@ typedef struct intfVelmor_entry {
     uintptr_t index;                     /* position in its block */
 } intfVelmor_entry;
 
+/* The block sizes: written by tools/gen_header.py from the catalogue. */
 #define INTFVELMOR_CMD_COUNT  14u
 #define INTFVELMOR_NTFY_COUNT 3u
 #define INTFVELMOR_MNGT_NONE  0xFFFFu

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "intfVelmor.h"
+#include "messages/catalogue.h"
 #include "record_ops.h"
 #include "testkit.h"
 #include "tolkHost.h"
@@ -47,7 +48,8 @@ inline Bytes frame(uint32_t magic, uint32_t stamp)
     return scalarItem(0, magic) + scalarItem(1, stamp);
 }
 
-// The constants of each message, in the index order of its block.
+// The constants of each message, in the index order of its block, as the
+// catalogue's rows give them.
 struct MsgInfo {
     const char *name;
     const char *entry;
@@ -55,28 +57,15 @@ struct MsgInfo {
     uint32_t stamp;
 };
 
-inline const MsgInfo kCmds[INTFVELMOR_CMD_COUNT] = {
-    {"getAssocDevStats", "GetAssocDevStats", 0x29170612, 1},
-    {"selectAndCreateRadio", "SelectAndCreateRadio", 0x20170621, 0},
-    {"createAccessPoint", "CreateAccessPoint", 0x20170711, 0},
-    {"getProbeRequestList", "GetProbeRequestList", 0x20182905, 1},
-    {"getTemporarilyBlackList", "GetTemporarilyBlackList", 0x29170612, 1},
-    {"configureAccessPoint", "ConfigureAccessPoint", 0x20170708, 0},
-    {"configureQTNBackHaulWPS", "ConfigureQTNBackHaulWPS", 0x20170788, 0},
-    {"temporarilyBlackList", "TemporarilyBlackList", 0x20171010, 1},
-    {"11vActionFrame", "11vActionFrame", 0x20188512, 0},
-    {"getStationsStatistics", "GetStationsStatistics", 0x20185465, 0},
-    {"beaconRequest", "BeaconRequest", 0x20188512, 0},
-    {"setBeaconIETUK", "SetBeaconIETUK", 0x20188512, 1},
-    {"getChannelCreated", "GetChannelCreated", 0x20170365, 0},
-    {"getCCAStatistic", "GetCCAStatistic", 0x29190165, 0},
-};
-
-inline const MsgInfo kNtfys[INTFVELMOR_NTFY_COUNT] = {
-    {"meshTUKExtenderPairing", "MeshTUKExtenderPairing", 0x13531940, 1},
-    {"meshTUKClientsLowRSSI", "MeshTUKClientsLowRSSI", 0x14531940, 1},
-    {"beaconReport", "BeaconReport", 0x24582563, 0},
-};
+#define IVT_CMD_INFO(idx, name, entry, magic, stamp, ...) {#name, entry, magic, stamp},
+#define IVT_NTFY_INFO(idx, name, Name, entry, magic, stamp, ...) {#name, entry, magic, stamp},
+inline const MsgInfo kCmds[] = {IV_COMMANDS(IVT_CMD_INFO)};
+inline const MsgInfo kNtfys[] = {IV_NOTIFICATIONS(IVT_NTFY_INFO)};
+#undef IVT_CMD_INFO
+#undef IVT_NTFY_INFO
+static_assert(sizeof kCmds / sizeof kCmds[0] == INTFVELMOR_CMD_COUNT, "one row per command");
+static_assert(sizeof kNtfys / sizeof kNtfys[0] == INTFVELMOR_NTFY_COUNT,
+              "one row per notification");
 
 // A record whose bytes all come from seed and are never 0, so that once
 // copied every text holds N - 1 characters; adjust sets the counts before
@@ -349,6 +338,29 @@ inline const std::vector<Notification> &notifications()
         };
     }();
     return list;
+}
+
+// The case of a message of the catalogue, by its index, or nullptr with a
+// failure that names the message: a row added to the catalogue without a
+// case here fails the tests that walk every message instead of going untested.
+inline const Command *commandCase(uint32_t index)
+{
+    for (const Command &c : commands())
+        if (c.index == index)
+            return &c;
+    ADD_FAILURE() << "command " << kCmds[index].name << " (index " << index
+                  << ") has no case in commands() of tests/messages_kit.h";
+    return nullptr;
+}
+
+inline const Notification *notificationCase(uint32_t index)
+{
+    for (const Notification &n : notifications())
+        if (n.index == index)
+            return &n;
+    ADD_FAILURE() << "notification " << kNtfys[index].name << " (index " << index
+                  << ") has no case in notifications() of tests/messages_kit.h";
+    return nullptr;
 }
 
 struct Event {
