@@ -2,7 +2,6 @@
 #include "base/log.h"
 #include "base/relaxed.h"
 #include "intfVelmor.h"
-#include "messages/catalogue.h"
 #include "tolkHost.h"
 
 namespace {
@@ -13,6 +12,10 @@ constexpr char kIntfName[] = "IntfVelmor";
 constexpr uint16_t kNone = INTFVELMOR_MNGT_NONE;
 
 }  // namespace
+
+// Entry names are the rows' texts (entries 4 and 7 share one stored text),
+// laid out after the names above.
+#include "messages/catalogue.h"
 
 #define IV_CMD_ENTRY(idx, X, entryName, magic, stamp, magicName, ...)                \
     {intfVelmor_recvReq_##X, 0, entryName, intfVelmor_cbEvtMsgMngt_freeBody_msgCmd_##X, \

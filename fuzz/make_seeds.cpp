@@ -1,6 +1,7 @@
 // Writes the seed corpus of the fuzz targets: every record type and every
-// message body, empty, partly filled and filled to capacity, each as its
-// selector byte followed by the bytes the library serializes.
+// message body, empty, partly filled and filled to capacity, each as the
+// name of its target and a newline followed by the bytes the library
+// serializes, in a file named <target>_<variant>.
 //
 //   make_seeds OUTDIR   ->  OUTDIR/records/..., OUTDIR/bodies/...
 #include <errno.h>
@@ -114,15 +115,18 @@ void makeDir(const std::string &path)
 
 size_t g_files = 0, g_bytes = 0;
 
-void writeSeed(const std::string &path, uint8_t selector, const uint8_t *p, size_t n)
+void writeSeed(const std::string &dir, const std::string &target, Variant v, const Bytes &bytes)
 {
+    std::string path = dir + "/" + target + "_" + kVariantNames[v];
+    std::string head = target + "\n";
     FILE *f = fopen(path.c_str(), "wb");
-    if (!f || fputc(selector, f) == EOF || fwrite(p, 1, n, f) != n || fclose(f) != 0) {
+    if (!f || fwrite(head.data(), 1, head.size(), f) != head.size() ||
+        fwrite(bytes.data(), 1, bytes.size(), f) != bytes.size() || fclose(f) != 0) {
         perror(path.c_str());
         exit(1);
     }
     ++g_files;
-    g_bytes += n + 1;
+    g_bytes += head.size() + bytes.size();
 }
 
 [[noreturn]] void fail(const char *what, const char *name, uint32_t rc)
@@ -145,10 +149,7 @@ void recordSeeds(const std::string &dir)
                 fail("serialize failed", ops.name, rc);
             if (!seen.insert(wire).second)
                 continue;
-            char name[160];
-            snprintf(name, sizeof name, "%s/%02u_%s_%s", dir.c_str(), t, ops.name,
-                     kVariantNames[v]);
-            writeSeed(name, (uint8_t)t, wire.data(), wire.size());
+            writeSeed(dir, ops.name, v, wire);
         }
     }
 }
@@ -172,11 +173,7 @@ void bodySeeds(const std::string &dir)
             free(buf);
             if (!seen.insert(wire).second)
                 continue;
-            char name[160];
-            snprintf(name, sizeof name, "%s/%02u_%s_%s_%s", dir.c_str(), c, m.name,
-                     m.ntfy ? "ntfy" : bc.type == INTFVELMOR_BODY_REQ ? "req" : "res",
-                     kVariantNames[v]);
-            writeSeed(name, (uint8_t)c, wire.data(), wire.size());
+            writeSeed(dir, std::string(m.name) + "_" + bodyKind(bc), v, wire);
         }
     }
 }

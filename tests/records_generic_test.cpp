@@ -3,10 +3,12 @@
 // copy preserves them; a wrong tag on any item of them gives code 4 with
 // the failure line and the "Error Before" chain at every level above, and a
 // failure record with the item, its record and the member path to it.
+//
+// The checks run on a type through its description and untyped operations,
+// compiled once for all types: each type is a parameter, not an instantiation.
 #include <stdlib.h>
 #include <string.h>
 
-#include <memory>
 #include <random>
 
 #include "record_ops.h"
@@ -19,6 +21,49 @@ using namespace ivtest;
 namespace {
 
 using Rng = std::mt19937;
+
+// A record type: its description and operations.
+struct Type {
+    const char *name;
+    const iv::TypeDesc *desc;
+    const AnyOps *ops;
+};
+
+const std::vector<Type> &types()
+{
+#define IVT_TYPE(T) Type{#T, &iv::descOf<T>(), nullptr},
+    static const std::vector<Type> all = [] {
+        std::vector<Type> v{INTFVELMOR_RECORD_TYPES(IVT_TYPE)};
+        for (Type &t : v)
+            t.ops = opsByName(t.name);
+        return v;
+    }();
+#undef IVT_TYPE
+    return all;
+}
+
+// A zeroed record of exactly the type's size, so that the sanitizers see any
+// access beyond it.
+using Rec = std::vector<uint8_t>;
+
+std::vector<uint8_t> encodeAny(const AnyOps &o, const Rec &rec)
+{
+    uint32_t lg = o.lg(rec.data());
+    std::vector<uint8_t> buf(lg + 16, 0);
+    uint8_t *p = buf.data();
+    EXPECT_EQ(0u, o.ser(rec.data(), &p)) << o.name;
+    EXPECT_EQ((size_t)lg, (size_t)(p - buf.data())) << o.name;
+    buf.resize((size_t)(p - buf.data()));
+    return buf;
+}
+
+Decoded decodeAny(const AnyOps &o, const std::vector<uint8_t> &bytes, Rec &out, bool bounded)
+{
+    const uint8_t *p = bytes.data();
+    uint32_t rc = bounded ? o.unserBounded(out.data(), &p, bytes.data() + bytes.size())
+                          : o.unser(out.data(), &p);
+    return {rc, (size_t)(p - bytes.data())};
+}
 
 void fillRandom(const iv::TypeDesc &d, uint8_t *rec, Rng &rng)
 {
@@ -70,56 +115,68 @@ void fillRandom(const iv::TypeDesc &d, uint8_t *rec, Rng &rng)
     }
 }
 
-template <class T>
-void checkType(int rounds)
+void checkType(const Type &t, int rounds)
 {
-    Rng rng(12345u + (uint32_t)sizeof(T));
+    const AnyOps &o = *t.ops;
+    Rng rng(12345u + (uint32_t)o.size);
     for (int r = 0; r < rounds; ++r) {
-        std::unique_ptr<T> rec(new T()), back(new T()), copied(new T()), bounded(new T());
-        fillRandom(iv::descOf<T>(), (uint8_t *)rec.get(), rng);
+        Rec rec(o.size), back(o.size), copied(o.size), bounded(o.size);
+        fillRandom(*t.desc, rec.data(), rng);
 
         // serialize writes exactly serialize_lg bytes and nothing past them.
-        uint32_t lg = Ops<T>::lg(rec.get());
+        uint32_t lg = o.lg(rec.data());
         std::vector<uint8_t> buf(lg + 32, 0xA5);
         memset(buf.data(), 0, lg);
         uint8_t *w = buf.data();
-        ASSERT_EQ(0u, Ops<T>::ser(rec.get(), &w));
-        ASSERT_EQ((size_t)lg, (size_t)(w - buf.data())) << Ops<T>::name;
+        ASSERT_EQ(0u, o.ser(rec.data(), &w));
+        ASSERT_EQ((size_t)lg, (size_t)(w - buf.data())) << o.name;
         for (size_t k = lg; k < buf.size(); ++k)
-            ASSERT_EQ(0xA5, buf[k]) << Ops<T>::name << " wrote past its length";
+            ASSERT_EQ(0xA5, buf[k]) << o.name << " wrote past its length";
         buf.resize(lg);
 
-        Decoded d = decode(buf, *back);
-        ASSERT_EQ(0u, d.rc) << Ops<T>::name;
-        ASSERT_EQ((size_t)lg, d.consumed) << Ops<T>::name;
-        ASSERT_EQ(buf, encode(*back)) << Ops<T>::name;
+        Decoded d = decodeAny(o, buf, back, false);
+        ASSERT_EQ(0u, d.rc) << o.name;
+        ASSERT_EQ((size_t)lg, d.consumed) << o.name;
+        ASSERT_EQ(buf, encodeAny(o, back)) << o.name;
 
-        Decoded b = decodeBounded(buf, *bounded);
-        ASSERT_EQ(0u, b.rc) << Ops<T>::name;
+        Decoded b = decodeAny(o, buf, bounded, true);
+        ASSERT_EQ(0u, b.rc) << o.name;
         ASSERT_EQ((size_t)lg, b.consumed);
-        ASSERT_EQ(buf, encode(*bounded));
+        ASSERT_EQ(buf, encodeAny(o, bounded));
 
         // Only pad bytes are left unwritten: into a buffer of other bytes the
         // record serializes to what reads back the same.
         std::vector<uint8_t> dirty(lg, 0xFF);
         w = dirty.data();
-        ASSERT_EQ(0u, Ops<T>::ser(rec.get(), &w));
-        std::unique_ptr<T> fromDirty(new T());
-        ASSERT_EQ(0u, decode(dirty, *fromDirty).rc) << Ops<T>::name;
-        ASSERT_EQ(buf, encode(*fromDirty)) << Ops<T>::name;
+        ASSERT_EQ(0u, o.ser(rec.data(), &w));
+        Rec fromDirty(o.size);
+        ASSERT_EQ(0u, decodeAny(o, dirty, fromDirty, false).rc) << o.name;
+        ASSERT_EQ(buf, encodeAny(o, fromDirty)) << o.name;
 
-        ASSERT_EQ(0u, Ops<T>::copy(copied.get(), rec.get()));
-        ASSERT_EQ(buf, encode(*copied)) << Ops<T>::name;
-        Ops<T>::clean(copied.get());
+        ASSERT_EQ(0u, o.copy(copied.data(), rec.data()));
+        ASSERT_EQ(buf, encodeAny(o, copied)) << o.name;
+        o.clean(copied.data());
     }
-    EXPECT_TRUE(lines().empty()) << Ops<T>::name;
+    EXPECT_TRUE(lines().empty()) << o.name;
 }
 
-class Property : public LogTest {};
+// Every record type, as a parameter of the suites below.
+class EveryType : public LogTest, public testing::WithParamInterface<size_t> {
+protected:
+    const Type &type() const { return types()[GetParam()]; }
+};
 
-#define IVT_PROPERTY(T) \
-    TEST_F(Property, T) { checkType<T>(100); }
-INTFVELMOR_RECORD_TYPES(IVT_PROPERTY)
+std::string typeName(const testing::TestParamInfo<size_t> &info)
+{
+    return types()[info.param].name;
+}
+
+class Property : public EveryType {};
+
+TEST_P(Property, RoundTrips) { checkType(type(), 100); }
+INSTANTIATE_TEST_SUITE_P(Records, Property, testing::Range<size_t>(0, types().size()), typeName);
+
+
 
 // ---- a wrong tag on every item ------------------------------------------------
 
@@ -218,18 +275,18 @@ struct Walk {
     }
 };
 
-template <class T>
-void checkChains()
+void checkChains(const Type &t)
 {
-    Rng rng(777u + (uint32_t)sizeof(T));
-    std::unique_ptr<T> rec(new T());
-    fillRandom(iv::descOf<T>(), (uint8_t *)rec.get(), rng);
+    const AnyOps &o = *t.ops;
+    Rng rng(777u + (uint32_t)o.size);
+    Rec rec(o.size);
+    fillRandom(*t.desc, rec.data(), rng);
     // Lines name the input by address: every case reads from this one buffer.
-    std::vector<uint8_t> bytes = encode(*rec);
+    std::vector<uint8_t> bytes = encodeAny(o, rec);
     Walk w{bytes.data(), {}, {}};
     size_t end = 0;
-    w.record(iv::descOf<T>(), (const uint8_t *)rec.get(), end, {});
-    ASSERT_EQ(bytes.size(), end) << Ops<T>::name;
+    w.record(*t.desc, rec.data(), end, {});
+    ASSERT_EQ(bytes.size(), end) << o.name;
 
     // Large records: a stride through their items still meets every level.
     size_t stride = w.items.size() > 300 ? 7 : 1;
@@ -239,18 +296,16 @@ void checkChains()
         tagByte += kWrong;
         for (bool bounded : {false, true}) {
             clearLogs();
-            std::unique_ptr<T> back(new T());
-            const uint8_t *p = bytes.data();
-            uint32_t rc = bounded ? Ops<T>::unserBounded(back.get(), &p, bytes.data() + bytes.size())
-                                  : Ops<T>::unser(back.get(), &p);
-            ASSERT_EQ(4u, rc) << Ops<T>::name << " item at " << f.offset;
-            ASSERT_EQ((long)f.offset, p - bytes.data()) << Ops<T>::name;
-            ASSERT_EQ(f.lines, lines()) << Ops<T>::name << " item at " << f.offset;
+            Rec back(o.size);
+            Decoded d = decodeAny(o, bytes, back, bounded);
+            ASSERT_EQ(4u, d.rc) << o.name << " item at " << f.offset;
+            ASSERT_EQ(f.offset, d.consumed) << o.name;
+            ASSERT_EQ(f.lines, lines()) << o.name << " item at " << f.offset;
             // The record the lines were formatted from.
             iv::ReadFailure got{};
             got.start = bytes.data();
-            p = bytes.data();
-            ASSERT_EQ(4u, iv::readRecord(iv::descOf<T>(), back.get(), &p,
+            const uint8_t *p = bytes.data();
+            ASSERT_EQ(4u, iv::readRecord(*t.desc, back.data(), &p,
                                          bounded ? bytes.data() + bytes.size() : nullptr, got));
             EXPECT_EQ(iv::ReadFailure::kWrongTag, got.reason);
             EXPECT_EQ(f.tag, got.tag);
@@ -268,33 +323,27 @@ void checkChains()
     clearLogs();
 }
 
-class Chains : public LogTest {};
+class Chains : public EveryType {};
 
-#define IVT_CHAINS(T) \
-    TEST_F(Chains, T) { checkChains<T>(); }
-INTFVELMOR_RECORD_TYPES(IVT_CHAINS)
+TEST_P(Chains, WrongTagOnEveryItem) { checkChains(type()); }
+INSTANTIATE_TEST_SUITE_P(Records, Chains, testing::Range<size_t>(0, types().size()), typeName);
 
 // Null records and positions: refused with code 4, measured as 0, cleaned as nothing.
-template <class T>
-void checkNulls()
-{
-    std::unique_ptr<T> rec(new T());
-    const uint8_t *none = nullptr;
-    uint8_t *nowhere = nullptr;
-    EXPECT_EQ(4u, Ops<T>::copy(nullptr, rec.get())) << Ops<T>::name;
-    EXPECT_EQ(4u, Ops<T>::copy(rec.get(), nullptr)) << Ops<T>::name;
-    EXPECT_EQ(0u, Ops<T>::lg(nullptr)) << Ops<T>::name;
-    EXPECT_EQ(4u, Ops<T>::ser(rec.get(), &nowhere)) << Ops<T>::name;
-    EXPECT_EQ(4u, Ops<T>::unser(rec.get(), &none)) << Ops<T>::name;
-    EXPECT_EQ(4u, Ops<T>::unserBounded(rec.get(), &none, nullptr)) << Ops<T>::name;
-    Ops<T>::clean(nullptr);
-}
-
 TEST(Nulls, EveryType)
 {
-#define IVT_NULLS(T) checkNulls<T>();
-    INTFVELMOR_RECORD_TYPES(IVT_NULLS)
-#undef IVT_NULLS
+    for (const Type &t : types()) {
+        const AnyOps &o = *t.ops;
+        Rec rec(o.size);
+        const uint8_t *none = nullptr;
+        uint8_t *nowhere = nullptr;
+        EXPECT_EQ(4u, o.copy(nullptr, rec.data())) << o.name;
+        EXPECT_EQ(4u, o.copy(rec.data(), nullptr)) << o.name;
+        EXPECT_EQ(0u, o.lg(nullptr)) << o.name;
+        EXPECT_EQ(4u, o.ser(rec.data(), &nowhere)) << o.name;
+        EXPECT_EQ(4u, o.unser(rec.data(), &none)) << o.name;
+        EXPECT_EQ(4u, o.unserBounded(rec.data(), &none, nullptr)) << o.name;
+        o.clean(nullptr);
+    }
 }
 
 }  // namespace
