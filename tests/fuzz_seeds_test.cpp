@@ -19,6 +19,8 @@ namespace {
 
 using namespace ivfuzz;
 
+constexpr const char *kRewrite = ": `ninja -C BUILD fuzz_seeds` rewrites the seeds";
+
 struct Seed {
     std::string file;
     std::vector<uint8_t> bytes;
@@ -78,7 +80,7 @@ TEST(FuzzSeeds, RecordSeedsNameTheirTypeAndReadInFull)
         EXPECT_EQ(n.end, pos) << s.file << ": bytes left after the record";
     }
     for (const RecordOps &ops : kRecords)
-        EXPECT_TRUE(seeded.count(ops.name)) << "no seed for " << ops.name;
+        EXPECT_TRUE(seeded.count(ops.name)) << "no seed for " << ops.name << kRewrite;
 }
 
 TEST(FuzzSeeds, BodySeedsNameTheirMessageAndReadInFull)
@@ -105,7 +107,7 @@ TEST(FuzzSeeds, BodySeedsNameTheirMessageAndReadInFull)
     for (unsigned i = 0; i < kBodyCases; ++i) {
         BodyCase c = bodyCase(i);
         std::string name = std::string(c.msg->name) + "_" + bodyKind(c);
-        EXPECT_TRUE(seeded.count(name)) << "no seed for " << name;
+        EXPECT_TRUE(seeded.count(name)) << "no seed for " << name << kRewrite;
     }
 }
 
