@@ -329,10 +329,13 @@ def counted(text, rel, patterns):
     return text
 
 
-def header_counts(text, ncmd, nntfy):
+def header_counts(text, nrec, ncmd, nntfy):
     return counted(text, "include/intfVelmor.h", [
         (r"(?m)^#define INTFVELMOR_CMD_COUNT  (\d+)u$", ncmd),
         (r"(?m)^#define INTFVELMOR_NTFY_COUNT (\d+)u$", nntfy),
+        (r"the (\d+) record types", nrec),
+        (r"the (\w+) commands and \w+ notifications", ncmd),
+        (r"the \w+ commands and (\w+) notifications", nntfy),
     ])
 
 
@@ -359,7 +362,8 @@ def main():
     outputs = {
         "include/intfVelmor/records.h": records_h(domains),
         "include/intfVelmor/messages.h": messages_h(cmds, ntfys),
-        "include/intfVelmor.h": header_counts(read("include/intfVelmor.h"), len(cmds), len(ntfys)),
+        "include/intfVelmor.h": header_counts(read("include/intfVelmor.h"), nrec, len(cmds),
+                                              len(ntfys)),
         "README.md": readme_counts(readme_tables(cmds, ntfys, read("README.md")),
                                    nrec, len(cmds), len(ntfys)),
     }
