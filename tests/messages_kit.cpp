@@ -183,7 +183,7 @@ const Command *commandCase(uint32_t index)
         if (c.index == index)
             return &c;
     ADD_FAILURE() << "command " << kCmds[index].name << " (index " << index
-                  << ") has no case in commands() of tests/messages_kit.h";
+                  << ") has no case in commands() of tests/messages_kit.cpp";
     return nullptr;
 }
 
@@ -193,7 +193,7 @@ const Notification *notificationCase(uint32_t index)
         if (n.index == index)
             return &n;
     ADD_FAILURE() << "notification " << kNtfys[index].name << " (index " << index
-                  << ") has no case in notifications() of tests/messages_kit.h";
+                  << ") has no case in notifications() of tests/messages_kit.cpp";
     return nullptr;
 }
 
