@@ -115,6 +115,16 @@ void makeDir(const std::string &path)
 
 size_t g_files = 0, g_bytes = 0;
 
+// A target's fill comes from its name, not its position: adding a type or a
+// message leaves the other seeds as they are.
+uint32_t nameHash(const std::string &name, Variant v)
+{
+    uint32_t h = 2166136261u;
+    for (char c : name)
+        h = (h ^ (uint8_t)c) * 16777619u;
+    return h ^ (uint32_t)v;
+}
+
 void writeSeed(const std::string &dir, const std::string &target, Variant v, const Bytes &bytes)
 {
     std::string path = dir + "/" + target + "_" + kVariantNames[v];
@@ -142,7 +152,7 @@ void recordSeeds(const std::string &dir)
         std::set<Bytes> seen;
         for (Variant v : {kEmpty, kSome, kFull}) {
             Bytes rec(ops.size, 0);
-            Filler{v, 0x9E3779B9u ^ (t * 131u + (unsigned)v)}.fill(*ops.desc, rec.data());
+            Filler{v, nameHash(ops.name, v)}.fill(*ops.desc, rec.data());
             Bytes wire(ops.length(rec.data()), 0);
             uint8_t *pos = wire.data();
             if (uint32_t rc = ops.serialize(rec.data(), &pos))
@@ -164,7 +174,7 @@ void bodySeeds(const std::string &dir)
             Bytes body(m.size[bc.type], 0);
             ((iv::BodyHead *)body.data())->magic = m.magic;
             if (const iv::TypeDesc *d = m.members[bc.type])
-                Filler{v, 0x85EBCA6Bu ^ (c * 257u + (unsigned)v)}.fill(*d, body.data());
+                Filler{v, nameHash(std::string(m.name) + "_" + bodyKind(bc), v)}.fill(*d, body.data());
             uint8_t *buf = nullptr;
             uint32_t len = 0;
             if (uint32_t rc = bc.entry->serializeBody(bc.type, body.data(), &buf, &len))
