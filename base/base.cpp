@@ -2,7 +2,6 @@
 #include "base/log.h"
 #include "base/relaxed.h"
 #include "intfVelmor.h"
-#include "messages/catalogue.h"
 #include "tolkHost.h"
 
 namespace {
@@ -12,10 +11,11 @@ using iv::FnName;
 constexpr char kIntfName[] = "IntfVelmor";
 constexpr uint16_t kNone = INTFVELMOR_MNGT_NONE;
 
-// Entries 4 and 7 share one stored text: entry 7 starts at its fourth character.
-constexpr char kGetTemporarilyBlackList[] = "GetTemporarilyBlackList";
-
 }  // namespace
+
+// Entry names are the rows' texts (entries 4 and 7 share one stored text),
+// laid out after the names above.
+#include "messages/catalogue.h"
 
 #define IV_CMD_ENTRY(idx, X, entryName, magic, stamp, magicName, ...)                \
     {intfVelmor_recvReq_##X, 0, entryName, intfVelmor_cbEvtMsgMngt_freeBody_msgCmd_##X, \

@@ -1,5 +1,5 @@
-// Received message bodies: the first byte picks a command's request or
-// response or a notification, the rest are the bytes that arrived. Whatever
+// Received message bodies: the input names a command's request or response
+// or a notification (see fuzz_kit.h), the rest are the bytes that arrived. Whatever
 // decodes must encode again to bytes that decode to the same body, and each
 // body must go back through its entry's freeBody.
 #include <string.h>
@@ -51,12 +51,13 @@ extern "C" int LLVMFuzzerInitialize(int *, char ***)
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
-    if (size == 0)
+    Named n;
+    BodyCase c;
+    if (!splitName(data, size, n) || !bodyCaseNamed(n, c))
         return 0;
-    const BodyCase c = bodyCase(data[0]);
     const char *name = c.msg->name;
 
-    Decoded first = decode(c, data + 1, data + size);
+    Decoded first = decode(c, n.bytes, n.end);
     if (first.rc != 0) {
         // A frame that is not this message's (2), or a malformed member (4).
         if (first.rc != INTFVELMOR_ERR_FRAME && first.rc != INTFVELMOR_ERR_BODY)

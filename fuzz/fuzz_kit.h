@@ -1,11 +1,12 @@
-// Shared by the fuzz targets and the seed generator: what the first input
-// byte selects, typed access to every record type, and a counting allocation
-// seam.
+// Shared by the fuzz targets, the seed generator and the seeds' test: the
+// target an input names, typed access to every record type, and a counting
+// allocation seam.
 #pragma once
 
 #include <stdint.h>
 #include <stdio.h>
 #include <stdlib.h>
+#include <string.h>
 
 #include "base/alloc.h"
 #include "intfVelmor.h"
@@ -58,7 +59,63 @@ struct RecordOps {
 inline const RecordOps kRecords[] = {INTFVELMOR_RECORD_TYPES(IVFUZZ_OPS)};
 #undef IVFUZZ_OPS
 constexpr unsigned kRecordCount = sizeof kRecords / sizeof kRecords[0];
-static_assert(kRecordCount == 75, "one entry per record type");
+
+// ---- the target an input names -----------------------------------------------------
+// An input is the name of its target, a newline, then the bytes:
+// "ccaStats\n..." for a record type, "getCCAStatistic_res\n..." for a body
+// (<message>_req, _res or _ntfy). The name, not a position in a list, picks
+// the target, so a seed keeps its target when a type or message is inserted.
+constexpr size_t kMaxName = 64;
+
+struct Named {
+    const char *name;
+    size_t length;
+    const uint8_t *bytes, *end;  // what follows the newline
+};
+
+// False when no newline ends a name within kMaxName bytes.
+inline bool splitName(const uint8_t *data, size_t size, Named &out)
+{
+    const void *nl = memchr(data, '\n', size < kMaxName ? size : kMaxName);
+    if (!nl)
+        return false;
+    out = {(const char *)data, (size_t)((const uint8_t *)nl - data), (const uint8_t *)nl + 1,
+           data + size};
+    return true;
+}
+
+inline bool named(const Named &n, const char *name, size_t length)
+{
+    return n.length == length && memcmp(n.name, name, length) == 0;
+}
+
+inline const char *bodyKind(const BodyCase &c)
+{
+    return c.msg->ntfy ? "ntfy" : c.type == INTFVELMOR_BODY_REQ ? "req" : "res";
+}
+
+inline bool bodyCaseNamed(const Named &n, BodyCase &out)
+{
+    for (unsigned i = 0; i < kBodyCases; ++i) {
+        BodyCase c = bodyCase(i);
+        size_t len = strlen(c.msg->name);
+        const char *kind = bodyKind(c);
+        if (n.length == len + 1 + strlen(kind) && memcmp(n.name, c.msg->name, len) == 0 &&
+            n.name[len] == '_' && memcmp(n.name + len + 1, kind, n.length - len - 1) == 0) {
+            out = c;
+            return true;
+        }
+    }
+    return false;
+}
+
+inline const RecordOps *recordNamed(const Named &n)
+{
+    for (const RecordOps &ops : kRecords)
+        if (named(n, ops.name, strlen(ops.name)))
+            return &ops;
+    return nullptr;
+}
 
 // ---- allocations: every one the library makes, counted -----------------------------
 inline long g_live = 0;

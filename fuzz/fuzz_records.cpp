@@ -1,5 +1,5 @@
-// Records read from received bytes: the first byte picks one of the record
-// types, the rest are the bytes. Whatever decodes must encode, into exactly
+// Records read from received bytes: the input names one of the record types
+// (see fuzz_kit.h), the rest are the bytes. Whatever decodes must encode, into exactly
 // the length the type announces, to bytes that decode to the same record, and
 // a copy of it must encode the same.
 #include <string.h>
@@ -42,10 +42,12 @@ struct Encoded {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
-    if (size == 0)
+    Named n;
+    const RecordOps *target = splitName(data, size, n) ? recordNamed(n) : nullptr;
+    if (!target)
         return 0;
-    const RecordOps &ops = kRecords[data[0] % kRecordCount];
-    const uint8_t *begin = data + 1, *end = data + size;
+    const RecordOps &ops = *target;
+    const uint8_t *begin = n.bytes, *end = n.end;
 
     Block first(ops.size);
     const uint8_t *pos = begin;

@@ -1,6 +1,7 @@
 // Writes the seed corpus of the fuzz targets: every record type and every
-// message body, empty, partly filled and filled to capacity, each as its
-// selector byte followed by the bytes the library serializes.
+// message body, empty, partly filled and filled to capacity, each as the
+// name of its target and a newline followed by the bytes the library
+// serializes, in a file named <target>_<variant>.
 //
 //   make_seeds OUTDIR   ->  OUTDIR/records/..., OUTDIR/bodies/...
 #include <errno.h>
@@ -114,15 +115,28 @@ void makeDir(const std::string &path)
 
 size_t g_files = 0, g_bytes = 0;
 
-void writeSeed(const std::string &path, uint8_t selector, const uint8_t *p, size_t n)
+// A target's fill comes from its name, not its position: adding a type or a
+// message leaves the other seeds as they are.
+uint32_t nameHash(const std::string &name, Variant v)
 {
+    uint32_t h = 2166136261u;
+    for (char c : name)
+        h = (h ^ (uint8_t)c) * 16777619u;
+    return h ^ (uint32_t)v;
+}
+
+void writeSeed(const std::string &dir, const std::string &target, Variant v, const Bytes &bytes)
+{
+    std::string path = dir + "/" + target + "_" + kVariantNames[v];
+    std::string head = target + "\n";
     FILE *f = fopen(path.c_str(), "wb");
-    if (!f || fputc(selector, f) == EOF || fwrite(p, 1, n, f) != n || fclose(f) != 0) {
+    if (!f || fwrite(head.data(), 1, head.size(), f) != head.size() ||
+        fwrite(bytes.data(), 1, bytes.size(), f) != bytes.size() || fclose(f) != 0) {
         perror(path.c_str());
         exit(1);
     }
     ++g_files;
-    g_bytes += n + 1;
+    g_bytes += head.size() + bytes.size();
 }
 
 [[noreturn]] void fail(const char *what, const char *name, uint32_t rc)
@@ -138,17 +152,14 @@ void recordSeeds(const std::string &dir)
         std::set<Bytes> seen;
         for (Variant v : {kEmpty, kSome, kFull}) {
             Bytes rec(ops.size, 0);
-            Filler{v, 0x9E3779B9u ^ (t * 131u + (unsigned)v)}.fill(*ops.desc, rec.data());
+            Filler{v, nameHash(ops.name, v)}.fill(*ops.desc, rec.data());
             Bytes wire(ops.length(rec.data()), 0);
             uint8_t *pos = wire.data();
             if (uint32_t rc = ops.serialize(rec.data(), &pos))
                 fail("serialize failed", ops.name, rc);
             if (!seen.insert(wire).second)
                 continue;
-            char name[160];
-            snprintf(name, sizeof name, "%s/%02u_%s_%s", dir.c_str(), t, ops.name,
-                     kVariantNames[v]);
-            writeSeed(name, (uint8_t)t, wire.data(), wire.size());
+            writeSeed(dir, ops.name, v, wire);
         }
     }
 }
@@ -163,7 +174,7 @@ void bodySeeds(const std::string &dir)
             Bytes body(m.size[bc.type], 0);
             ((iv::BodyHead *)body.data())->magic = m.magic;
             if (const iv::TypeDesc *d = m.members[bc.type])
-                Filler{v, 0x85EBCA6Bu ^ (c * 257u + (unsigned)v)}.fill(*d, body.data());
+                Filler{v, nameHash(std::string(m.name) + "_" + bodyKind(bc), v)}.fill(*d, body.data());
             uint8_t *buf = nullptr;
             uint32_t len = 0;
             if (uint32_t rc = bc.entry->serializeBody(bc.type, body.data(), &buf, &len))
@@ -172,11 +183,7 @@ void bodySeeds(const std::string &dir)
             free(buf);
             if (!seen.insert(wire).second)
                 continue;
-            char name[160];
-            snprintf(name, sizeof name, "%s/%02u_%s_%s_%s", dir.c_str(), c, m.name,
-                     m.ntfy ? "ntfy" : bc.type == INTFVELMOR_BODY_REQ ? "req" : "res",
-                     kVariantNames[v]);
-            writeSeed(name, (uint8_t)c, wire.data(), wire.size());
+            writeSeed(dir, std::string(m.name) + "_" + bodyKind(bc), v, wire);
         }
     }
 }

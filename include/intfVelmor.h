@@ -67,7 +67,8 @@ typedef struct intfVelmor_entry {
     uintptr_t index;                     /**< position in its block */
 } intfVelmor_entry;
 
-/** The number of commands, the entries of the command block. */
+/** The number of commands, the entries of the command block (this and the
+ *  next count are written by tools/gen_header.py from the catalogue). */
 #define INTFVELMOR_CMD_COUNT  14u
 /** The number of notifications, the entries of the notification block. */
 #define INTFVELMOR_NTFY_COUNT 3u

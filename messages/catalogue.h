@@ -13,6 +13,11 @@
 // integer type (by value). () is a body without members.
 #pragma once
 
+namespace {
+// Entries 4 and 7 share one stored text: entry 7 starts at its fourth character.
+constexpr char kGetTemporarilyBlackList[] = "GetTemporarilyBlackList";
+}  // namespace
+
 // X(index, name, entry name, magic, stamp, magic name, (request members), (response members))
 #define IV_COMMANDS(X)                                                                         \
     X(0, getAssocDevStats, "GetAssocDevStats", 0x29170612u, 1,                                 \

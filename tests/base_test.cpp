@@ -31,6 +31,19 @@ protected:
     void TearDown() override { refhost_reset(); }
 };
 
+// The numbers the binary interface fixes, written out on purpose: adding or
+// removing a command, notification or record type changes the interface
+// (the descriptor's size, the exports), so it must change this line too.
+TEST(Interface, FourteenCommandsThreeNotificationsSeventyFiveRecordTypes)
+{
+#define IVT_ONE(T) +1
+    const char *why = "the binary interface changed: see README, \"Adding a command or a record type\"";
+    EXPECT_EQ(14u, INTFVELMOR_CMD_COUNT) << why;
+    EXPECT_EQ(3u, INTFVELMOR_NTFY_COUNT) << why;
+    EXPECT_EQ(75, 0 INTFVELMOR_RECORD_TYPES(IVT_ONE)) << why;
+#undef IVT_ONE
+}
+
 TEST_F(Base, DescriptorLayoutAndNames)
 {
     const intfVelmor_descriptor &d = intfVelmor_base;
@@ -39,16 +52,16 @@ TEST_F(Base, DescriptorLayoutAndNames)
     EXPECT_EQ(0x93555842u, d.cmd.magic);
     EXPECT_STREQ("IntfVelmorCmd", d.cmd.name);
     EXPECT_EQ(&intfVelmor_cbEvtMsgMngt_unreg_msgCmd, d.cmd.unreg);
-    EXPECT_EQ(14, d.cmd.entryCount);
+    EXPECT_EQ(INTFVELMOR_CMD_COUNT, d.cmd.entryCount);
     EXPECT_EQ(0x93555843u, d.ntfy.magic);
     EXPECT_STREQ("IntfVelmorNtfy", d.ntfy.name);
     EXPECT_EQ(&intfVelmor_cbEvtMsgMngt_unreg_msgNtfy, d.ntfy.unreg);
-    EXPECT_EQ(3, d.ntfy.entryCount);
+    EXPECT_EQ(INTFVELMOR_NTFY_COUNT, d.ntfy.entryCount);
     EXPECT_EQ(0u, d.debug);
     // Eight pointer-sized words per entry.
     EXPECT_EQ(8 * sizeof(void *), sizeof(intfVelmor_entry));
 
-    for (uint32_t i = 0; i < 14; ++i) {
+    for (uint32_t i = 0; i < INTFVELMOR_CMD_COUNT; ++i) {
         EXPECT_EQ(0u, d.cmd.entries[i].reserved);
         EXPECT_TRUE(d.cmd.entries[i].recv && d.cmd.entries[i].logBody);
     }

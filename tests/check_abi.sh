@@ -1,16 +1,36 @@
 #!/bin/sh
 # The library's binary interface: its name, what it needs at run time and
-# what it exports, and that the public header declares each export by name.
+# what it exports, held to the released baseline (abi_baseline.txt beside
+# this script), and that the public header declares each export by name.
 #
 #   check_abi.sh LIB [INCLUDE_DIR CC]
 set -eu
 lib="$1"
 include="${2:-}"
 cc="${3:-cc}"
+baseline="$(dirname "$0")/abi_baseline.txt"
 fail() { echo "FAIL: $*"; exit 1; }
+see='see README.md, "Adding a command or a record type"'
 
+want_soname=$(awk '$1 == "soname" {print $2}' "$baseline")
 soname=$(readelf -d "$lib" | sed -n 's/.*(SONAME).*\[\(.*\)\]/\1/p')
-[ "$soname" = "libIntfVelmor.so.1" ] || fail "SONAME is '$soname'"
+[ "$soname" = "$want_soname" ] || fail "SONAME is '$soname', the baseline's $want_soname"
+
+# The descriptor's size: a command or notification added or removed changes it.
+width=$(readelf -h "$lib" | awk '/Class:/ {print ($2 == "ELF64") ? 8 : 4}')
+want_size=$(awk -v w="$width" '$1 == "size" && $2 == "intfVelmor_base" && $3 == w {print $4}' "$baseline")
+size=$(nm -D -S --defined-only "$lib" | awk '$4 ~ /^intfVelmor_base@/ {print $2}')
+[ -n "$size" ] && [ $((0x$size)) = "$want_size" ] ||
+  fail "intfVelmor_base is $((0x${size:-0})) bytes, the baseline's $want_size: the descriptor changed; $see"
+
+# Every export in its version node, as in the baseline: nothing added or lost.
+exports=$(nm -D --defined-only "$lib" | awk '{print $3}' | grep '^intfVelmor_' |
+          sed 's/^\(.*\)@@\(.*\)$/export \2 \1/' | sort -u)
+released=$(grep '^export ' "$baseline" | sort -u)
+added=$(printf '%s\n' "$exports" | grep -vxF "$released" || true)
+lost=$(printf '%s\n' "$released" | grep -vxF "$exports" || true)
+[ -z "$lost" ] || fail "exports of the baseline missing or in another node: $lost"
+[ -z "$added" ] || fail "exports not in the baseline (an addition goes into a new version node): $added; $see"
 
 # Only libc and the loader: no libstdc++, no libgcc_s.
 needed=$(readelf -d "$lib" | sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p')
@@ -21,15 +41,16 @@ for n in $needed; do
   esac
 done
 
-# One version node, and every defined dynamic symbol is ours and in it.
-node=INTFVELMOR_1.0
-nodes=$(readelf -V "$lib" | sed -n 's/.*Flags: none.*Name: \([^ ]*\).*/\1/p')
-[ "$nodes" = "$node" ] || fail "version nodes are '$nodes', not $node"
-defined=$(nm -D --defined-only "$lib" | awk '$3 != "'$node'" {print $3}')
+# The version nodes are the baseline's, and every defined dynamic symbol is
+# ours and in one of them.
+want_nodes=$(grep '^export ' "$baseline" | awk '{print $2}' | sort -u | tr '\n' ' ')
+nodes=$(readelf -V "$lib" | sed -n 's/.*Flags: none.*Name: \([^ ]*\).*/\1/p' | sort -u | tr '\n' ' ')
+[ "$nodes" = "$want_nodes" ] || fail "version nodes are '$nodes', not the baseline's '$want_nodes'"
+defined=$(nm -D --defined-only "$lib" | awk '{print $3}' | grep -v -E '^INTFVELMOR_[0-9.]+$' || true)
 foreign=$(echo "$defined" | grep -v '^intfVelmor_' || true)
 [ -z "$foreign" ] || fail "exports outside intfVelmor_: $foreign"
-unversioned=$(echo "$defined" | grep -v "@@$node\$" || true)
-[ -z "$unversioned" ] || fail "exports outside $node: $unversioned"
+unversioned=$(echo "$defined" | grep -v "@@INTFVELMOR_" || true)
+[ -z "$unversioned" ] || fail "exports outside a version node: $unversioned"
 
 # What it needs from outside: libc and the host's core and event loop.
 undef=$(nm -D --undefined-only "$lib" | awk '{print $2}' | sed 's/@.*//' |
@@ -61,4 +82,4 @@ if [ -n "$include" ]; then
 fi
 
 count=$(nm -D --defined-only "$lib" | grep -c ' intfVelmor_')
-echo "ok: $soname, needs [$needed], $count exports in $node"
+echo "ok: $soname, needs [$needed], $count exports in ${nodes% }, intfVelmor_base $want_size bytes"

@@ -236,10 +236,9 @@ TEST_F(Faults, LogBodyTextAllocationFailsToNull)
         EXPECT_EQ(Strings{}, lines());
     };
     for (uint32_t i = 0; i < INTFVELMOR_CMD_COUNT; ++i)
-        check(intfVelmor_base.cmd.entries[i], cb("logBody", "msgCmd", commands()[i].name));
+        check(intfVelmor_base.cmd.entries[i], cb("logBody", "msgCmd", kCmds[i].name));
     for (uint32_t i = 0; i < INTFVELMOR_NTFY_COUNT; ++i)
-        check(intfVelmor_base.ntfy.entries[i],
-              cb("logBody", "msgNtfy", notifications()[i].name));
+        check(intfVelmor_base.ntfy.entries[i], cb("logBody", "msgNtfy", kNtfys[i].name));
     expectAllReleased();
 }
 

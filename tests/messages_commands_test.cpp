@@ -59,6 +59,17 @@ protected:
     }
 };
 
+// Every row of the catalogue has a case, and every case names its row.
+TEST(CommandCases, OnePerCommandOfTheCatalogue)
+{
+    for (uint32_t i = 0; i < INTFVELMOR_CMD_COUNT; ++i)
+        EXPECT_TRUE(commandCase(i));
+    for (const Command &x : commands()) {
+        ASSERT_LT(x.index, INTFVELMOR_CMD_COUNT) << x.name;
+        EXPECT_EQ(kCmds[x.index].name, x.name) << "case of index " << x.index;
+    }
+}
+
 TEST_F(Commands, EveryCommandEndToEnd)
 {
     for (const Command &x : commands()) {

@@ -23,7 +23,9 @@ class HostWords : public Messages {};
 TEST_F(HostWords, ServerMethodsCarryMagicPlusOneAndTheirIndex)
 {
     for (uint32_t i = 0; i < INTFVELMOR_CMD_COUNT; ++i) {
-        ASSERT_EQ(0u, commands()[i].modSrv(srv, 11, 22, 33));
+        const Command *x = commandCase(i);
+        ASSERT_TRUE(x);
+        ASSERT_EQ(0u, x->modSrv(srv, 11, 22, 33));
         EXPECT_EQ(words(REFHOST_CALL_MOD_SRV_MTHD),
                   (std::vector<uint32_t>{11, 22, 33, kCmds[i].magic + 1, i, 0xFFFF, 0xFFFF}))
             << kCmds[i].name;
@@ -34,7 +36,9 @@ TEST_F(HostWords, ServerMethodsCarryMagicPlusOneAndTheirIndex)
 TEST_F(HostWords, SubscriptionsCarryMagicPlusOneAndTheirIndex)
 {
     for (uint32_t i = 0; i < INTFVELMOR_NTFY_COUNT; ++i) {
-        ASSERT_EQ(0u, notifications()[i].subscribe(client, 1, 2, 3, "bus", nullptr));
+        const Notification *n = notificationCase(i);
+        ASSERT_TRUE(n);
+        ASSERT_EQ(0u, n->subscribe(client, 1, 2, 3, "bus", nullptr));
         EXPECT_EQ(words(REFHOST_CALL_MOD_CLI_NTFY_USER_MTHD),
                   (std::vector<uint32_t>{1, 2, 3, kNtfys[i].magic + 1, i}))
             << kNtfys[i].name;

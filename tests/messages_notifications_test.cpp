@@ -68,6 +68,17 @@ protected:
 
 // ---- end to end -------------------------------------------------------------------------
 
+// Every row of the catalogue has a case, and every case names its row.
+TEST(NotificationCases, AtLeastOnePerNotificationOfTheCatalogue)
+{
+    for (uint32_t i = 0; i < INTFVELMOR_NTFY_COUNT; ++i)
+        EXPECT_TRUE(notificationCase(i));
+    for (const Notification &n : notifications()) {
+        ASSERT_LT(n.index, INTFVELMOR_NTFY_COUNT) << n.name;
+        EXPECT_EQ(kNtfys[n.index].name, n.name) << "case of index " << n.index;
+    }
+}
+
 TEST_F(Ntfy, EveryNotificationEndToEnd)
 {
     for (const Notification &n : notifications()) {

@@ -41,6 +41,7 @@ struct AnyOps {
     uint32_t (*ser)(const void *rec, uint8_t **pos);
     uint32_t (*unser)(void *rec, const uint8_t **pos);
     uint32_t (*unserBounded)(void *rec, const uint8_t **pos, const uint8_t *end);
+    void (*clean)(void *rec);
 };
 
 inline const std::vector<AnyOps> &allOps()
@@ -51,7 +52,8 @@ inline const std::vector<AnyOps> &allOps()
            [](const void *r) { return Ops<T>::lg((const T *)r); },                            \
            [](const void *r, uint8_t **p) { return Ops<T>::ser((const T *)r, p); },            \
            [](void *r, const uint8_t **p) { return Ops<T>::unser((T *)r, p); },                \
-           [](void *r, const uint8_t **p, const uint8_t *e) { return Ops<T>::unserBounded((T *)r, p, e); }},
+           [](void *r, const uint8_t **p, const uint8_t *e) { return Ops<T>::unserBounded((T *)r, p, e); }, \
+           [](void *r) { Ops<T>::clean((T *)r); }},
     static const std::vector<AnyOps> all = {INTFVELMOR_RECORD_TYPES(IVT_ANY)};
 #undef IVT_ANY
     return all;

@@ -2,7 +2,10 @@
 """intfvelmor-wire from the outside: round trips of every message and of the
 record types, the demo's bytes, and the refusal of malformed input.
 
-    wire_tool_test.py PATH/TO/intfvelmor-wire PATH/TO/intfvelmor_demo
+    wire_tool_test.py PATH/TO/intfvelmor-wire PATH/TO/intfvelmor_demo PATH/TO/intfvelmor_catalogue
+
+The catalogue program prints the catalogue's rows and the record type lists:
+the numbers of messages and types come from it.
 """
 import json
 import os
@@ -13,7 +16,7 @@ import subprocess
 import sys
 import unittest
 
-TOOL = DEMO = None
+TOOL = DEMO = CATALOGUE = None
 
 
 def run(args, stdin="", binary=False):
@@ -79,12 +82,15 @@ class Catalogue(unittest.TestCase):
         rc, out, _ = run(["list"])
         self.assertEqual(rc, 0)
         text = out.decode()
+        types = [t for d in CATALOGUE["domains"] for t in d["types"]]
         for name in ("getAssocDevStats", "GetCCAStatistic", "0x29190166", "beaconReport",
-                     "MeshTUKClientsLowRSSI", "BandSteeringCfg", "Record types (75)"):
+                     "MeshTUKClientsLowRSSI", "BandSteeringCfg", f"Record types ({len(types)})"):
             self.assertIn(name, text)
-        self.assertEqual(len(SCHEMA["messages"]), 17)
-        self.assertEqual(len(SCHEMA["records"]), 75)
-        self.assertEqual(sum(m["notification"] for m in SCHEMA["messages"]), 3)
+        listed = [(m["name"], bool(m["notification"])) for m in SCHEMA["messages"]]
+        rows = [(m["name"], False) for m in CATALOGUE["commands"]]
+        rows += [(m["name"], True) for m in CATALOGUE["notifications"]]
+        self.assertEqual(sorted(listed), sorted(rows))
+        self.assertEqual(sorted(r["name"] for r in SCHEMA["records"]), sorted(types))
 
 class DemoBytes(unittest.TestCase):
     """The demo's every crossing, as the library serialized it."""
@@ -104,7 +110,10 @@ class DemoBytes(unittest.TestCase):
                 self.assertEqual(got, {"message": e["message"], "type": kind, "body": e["values"]})
                 self.assertEqual(encode([], got), data)
                 bodies.add((e["message"], kind))
-        self.assertEqual(len(bodies), 31)  # 14 requests, 14 responses, 3 notifications
+        # Every command's request and response, every notification.
+        expected = {(m["name"], kind) for m in CATALOGUE["commands"] for kind in ("req", "res")}
+        expected |= {(m["name"], "req") for m in CATALOGUE["notifications"]}
+        self.assertEqual(bodies, expected)
 
     def test_every_cut_of_a_body_is_refused_at_the_item_it_cuts(self):
         # Each prefix stops the library at the item holding the cut, and the
@@ -413,8 +422,10 @@ class Manual(unittest.TestCase):
 
 
 def main():
-    global TOOL, DEMO, SCHEMA
+    global TOOL, DEMO, SCHEMA, CATALOGUE
     TOOL, DEMO = sys.argv[1], sys.argv[2]
+    CATALOGUE = json.loads(subprocess.run([sys.argv[3]], capture_output=True, text=True,
+                                          check=True).stdout)
     SCHEMA = json.loads(subprocess.run([TOOL, "list", "--json"], capture_output=True,
                                        check=True).stdout)
     result = unittest.main(argv=[sys.argv[0], "-v"], exit=False).result
