@@ -1,28 +1,17 @@
 /*
  * The Wi-Fi service publishing its three notifications, with the subscriber
- * of subscriber.c running beside it on the reference host. The service
- * publishes once while the subscriber listens and once after it stopped;
- * only the first round may arrive, each value as it was sent.
+ * of subscriber.c running beside it in one process on the reference host.
+ * The service publishes once while the subscriber listens and once after it
+ * stopped; only the first round may arrive, each value as it was sent.
+ * (bus_station.c and bus_subscriber.c run the same two sides as separate
+ * programs on the bus host.)
  */
 #include <stdio.h>
-#include <string.h>
 
 #include "intfVelmor.h"
+#include "station.h"
 #include "subscriber.h"
 #include "tolkRefHost.h"
-
-#define STATION "aa:bb:cc:dd:ee:07"
-
-static void publish(void *wifi, uint32_t pairing)
-{
-    LowRSSINtf low;
-    memset(&low, 0, sizeof low);
-    strcpy(low.mac, STATION);
-    low.v4 = -82;
-    intfVelmor_sendReq_ntfyMeshTUKExtenderPairing(wifi, 0, 0, pairing);
-    intfVelmor_sendReq_ntfyMeshTUKClientsLowRSSI(wifi, 0, 0, &low);
-    intfVelmor_sendReq_ntfyBeaconReport(wifi, 0, 0, STATION, -61, 3);
-}
 
 int main(void)
 {
@@ -37,18 +26,13 @@ int main(void)
     rc |= intfVelmor_modSrv_needUpdate_ntfyBeaconReport(wifi, 0, 0, 0);
     rc |= subscriber_start("monitor", "wifi");
 
-    publish(wifi, 7);
-    printf("subscriber got: pairing %u, %s at %d dBm, beacon report from %s: %d, %d\n",
-           (unsigned)seen->pairing, seen->lowRssiMac, seen->rssi, seen->reportMac,
-           seen->report[0], seen->report[1]);
-    firstRound = seen->pairings == 1 && seen->lowRssi == 1 && seen->beaconReports == 1 &&
-                 seen->pairing == 7 && strcmp(seen->lowRssiMac, STATION) == 0 &&
-                 seen->rssi == -82 && strcmp(seen->reportMac, STATION) == 0 &&
-                 seen->report[0] == -61 && seen->report[1] == 3;
+    station_publish(wifi, 7);
+    station_printSeen(seen);
+    firstRound = station_seenOneRound(seen, 7);
 
     subscriber_stop();
-    publish(wifi, 8);
-    afterStop = seen->pairings == 1 && seen->lowRssi == 1 && seen->beaconReports == 1;
+    station_publish(wifi, 8);
+    afterStop = station_seenOneRound(seen, 7);
 
     intfVelmor_unregUser_msgMngt(wifi, INTFVELMOR_SEL_BOTH);
     refhost_freeUser(wifi);

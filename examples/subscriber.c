@@ -1,7 +1,8 @@
 /*
  * The subscriber's side: one handler per notification, installed with the
  * core under the service's name. Records and texts handed to a handler point
- * into the notification's body and are copied to be kept.
+ * into the notification's body and are copied to be kept. The same source
+ * runs on either host (example_host.h).
  */
 #include "subscriber.h"
 
@@ -9,7 +10,7 @@
 #include <string.h>
 
 #include "intfVelmor.h"
-#include "tolkRefHost.h"
+#include "example_host.h"
 
 static void *self;
 static subscriber_seen seen;
@@ -42,19 +43,19 @@ uint32_t subscriber_start(const char *userName, const char *serviceName)
 {
     uint32_t rc;
     memset(&seen, 0, sizeof seen);
-    self = refhost_newUser(userName);
+    self = example_newUser(userName);
     if (!self)
-        return REFHOST_ERR_USER;
+        return EXAMPLE_ERR_USER;
     rc = intfVelmor_regUser_msgMngt(self, 0, NULL, INTFVELMOR_SEL_BOTH);
     if (!rc)
         rc = intfVelmor_modCliNtfyUser_recvMsg_meshTUKExtenderPairing(
-            self, refhost_token((refhost_fn)onPairing), 0, 0, serviceName, NULL);
+            self, example_token(onPairing), 0, 0, serviceName, NULL);
     if (!rc)
         rc = intfVelmor_modCliNtfyUser_recvMsg_meshTUKClientsLowRSSI(
-            self, refhost_token((refhost_fn)onLowRssi), 0, 0, serviceName, NULL);
+            self, example_token(onLowRssi), 0, 0, serviceName, NULL);
     if (!rc)
         rc = intfVelmor_modCliNtfyUser_recvMsg_beaconReport(
-            self, refhost_token((refhost_fn)onBeaconReport), 0, 0, serviceName, NULL);
+            self, example_token(onBeaconReport), 0, 0, serviceName, NULL);
     if (rc) {
         printf("subscriber: subscribing to %s failed with code %u\n", serviceName,
                (unsigned)rc);
@@ -68,7 +69,7 @@ void subscriber_stop(void)
     if (!self)
         return;
     intfVelmor_unregUser_msgMngt(self, INTFVELMOR_SEL_BOTH);
-    refhost_freeUser(self);
+    example_freeUser(self);
     self = NULL;
 }
 

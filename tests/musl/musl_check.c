@@ -130,6 +130,28 @@ uint32_t tolkCore_putBase_msgMngt(uint16_t num, uint32_t zero)
     mngts[num] = NULL;
     return 0;
 }
+/* The entry keeps its callbacks as object pointers. ISO C has no cast from
+ * those to function pointers; POSIX gives both the same representation, so
+ * the bytes are copied across. */
+static intfVelmor_freeBodyFn freeFn(const tolkCore_mngtEntry *e)
+{
+    intfVelmor_freeBodyFn fn;
+    memcpy(&fn, &e->freeBody, sizeof fn);
+    return fn;
+}
+static intfVelmor_serializeBodyFn serializeFn(const tolkCore_mngtEntry *e)
+{
+    intfVelmor_serializeBodyFn fn;
+    memcpy(&fn, &e->serializeBody, sizeof fn);
+    return fn;
+}
+static intfVelmor_unserializeBodyFn unserializeFn(const tolkCore_mngtEntry *e)
+{
+    intfVelmor_unserializeBodyFn fn;
+    memcpy(&fn, &e->unserializeBody, sizeof fn);
+    return fn;
+}
+
 /* Serialized, freed, read back without a length, compared, freed again. */
 static uint32_t cross(void *body, uint32_t num, uint32_t index)
 {
@@ -139,16 +161,16 @@ static uint32_t cross(void *body, uint32_t num, uint32_t index)
     uint8_t *bytes = NULL, *again = NULL;
     uint32_t len = 0, len2 = 0, size = 0;
     void *copy = NULL;
-    uint32_t rc = ((intfVelmor_serializeBodyFn)e->serializeBody)(0, body, &bytes, &len);
-    ((intfVelmor_freeBodyFn)e->freeBody)(0, body);
+    uint32_t rc = serializeFn(e)(0, body, &bytes, &len);
+    freeFn(e)(0, body);
     if (rc == 0)
-        rc = ((intfVelmor_unserializeBodyFn)e->unserializeBody)(0, bytes, &copy, &size);
+        rc = unserializeFn(e)(0, bytes, &copy, &size);
     if (rc == 0)
-        rc = ((intfVelmor_serializeBodyFn)e->serializeBody)(0, copy, &again, &len2);
+        rc = serializeFn(e)(0, copy, &again, &len2);
     if (rc == 0 && (len2 != len || memcmp(bytes, again, len)))
         rc = 2;
     if (copy)
-        ((intfVelmor_freeBodyFn)e->freeBody)(0, copy);
+        freeFn(e)(0, copy);
     free(bytes);
     free(again);
     crossed += rc == 0;
