@@ -280,7 +280,7 @@ def messages_h(cmds, ntfys):
 
 
 # ---- doc comments ------------------------------------------------------------
-def with_doc_comments(text, family):
+def with_doc_comments(text, family, domain_names=()):
     """The generated header as the API reference reads it.
 
     The comments above declarations become doc comments (/** */) and every
@@ -292,7 +292,7 @@ def with_doc_comments(text, family):
     left undocumented, so that no file page claims the names. Applied to
     the finished text, so the layout above stays as it is.
     """
-    out, lines, open_groups, domains = [], text.split("\n"), [], list(DOMAINS)
+    out, lines, open_groups, domains = [], text.split("\n"), [], list(domain_names)
     banner_re = re.compile(r"^/\* (====|----) (.*?) [=-]+ \*/$")
 
     def group(level, title):
@@ -428,7 +428,8 @@ def main():
     cmds, ntfys, domains = cat["commands"], cat["notifications"], cat["domains"]
     nrec = sum(len(d["types"]) for d in domains)
     outputs = {
-        "include/intfVelmor/records.h": with_doc_comments(records_h(domains), "intfVelmor_records"),
+        "include/intfVelmor/records.h": with_doc_comments(records_h(domains), "intfVelmor_records",
+                                                          [d["name"] for d in domains]),
         "include/intfVelmor/messages.h": with_doc_comments(messages_h(cmds, ntfys),
                                                            "intfVelmor_commands"),
         "include/intfVelmor.h": header_counts(read("include/intfVelmor.h"), nrec, len(cmds),
