@@ -7,11 +7,10 @@
 #include <stdlib.h>
 #include <string.h>
 
-#include <type_traits>
-
 #include "intfVelmor.h"
 #include "messages/bodies.h"
 #include "messages/catalogue.h"
+#include "tools/body_args.h"
 #include "tools/describe_print.h"
 #include "types/names.h"
 #include "wire/bytes.h"
@@ -51,13 +50,10 @@ const char *kindOf(const Exchange &e)
     return e.m->ntfy ? "notification" : e.type == iv::kReq ? "request" : "response";
 }
 
-// A body as the library lays it out, head filled so its callbacks accept it.
 template <class Body>
 Body blank(const iv::MsgDesc &m)
 {
-    Body b{};
-    b.magic = m.magic;
-    return b;
+    return ivb::blank<Body>(m.magic);
 }
 
 // The library's own serialization of a body, frame included.
@@ -448,29 +444,6 @@ void publication(ivNtfy_beaconReport &n)
 
 // ---- everything else, from the catalogue ----------------------------------------------
 
-// A member as a handler hands it (Out) into a body, and out of a body as a
-// send function takes it (In).
-template <class T>
-void take(T &dst, iv::Out<T> v)
-{
-    if constexpr (std::is_array_v<T>)
-        snprintf(dst, sizeof dst, "%s", v);
-    else if constexpr (std::is_class_v<T>)
-        dst = *v;
-    else
-        dst = v;
-}
-template <class T>
-iv::In<T> give(const T &m)
-{
-    if constexpr (std::is_class_v<T>)
-        return &m;
-    else
-        return m;  // a text decays to its pointer
-}
-#define DEMO_PARAM(i, T, name) , ::iv::Out<T> p_##name
-#define DEMO_TAKE(i, T, name) take<T>(b.name, p_##name);
-#define DEMO_GIVE(i, T, name) , give<T>(b.name)
 
 // Per command: the plan's two exchanges; the client's send and response
 // callback; the service's handler, which answers at once.
@@ -484,29 +457,29 @@ iv::In<T> give(const T &m)
         answer(q, r);                                                                         \
         expect(CMD(X), iv::kRes, kWifi, kClient, &r);                                         \
     }                                                                                         \
-    void cb_##X(void *, uint32_t ref IV_EACH(DEMO_PARAM, res))                                \
+    void cb_##X(void *, uint32_t ref IV_EACH(IVB_PARAM, res))                                \
     {                                                                                         \
         auto b = blank<ivRes_##X>(CMD(X));                                                    \
-        IV_EACH(DEMO_TAKE, res)                                                               \
+        IV_EACH(IVB_TAKE, res)                                                               \
         received(CMD(X), iv::kRes, ref, &b);                                                  \
     }                                                                                         \
     void send_##X(void *client)                                                               \
     {                                                                                         \
         auto b = blank<ivReq_##X>(CMD(X));                                                    \
         request(b);                                                                           \
-        check(intfVelmor_sendReq_##X(client, cb_##X, kClient, 0, kService IV_EACH(DEMO_GIVE, req)), \
+        check(intfVelmor_sendReq_##X(client, cb_##X, kClient, 0, kService IV_EACH(IVB_GIVE, req)), \
               "sendReq_" #X);                                                                 \
     }                                                                                         \
     void respond_##X(void *ctx, const ivReq_##X &q)                                           \
     {                                                                                         \
         auto b = blank<ivRes_##X>(CMD(X));                                                    \
         answer(q, b);                                                                         \
-        intfVelmor_sendRes_##X(ctx IV_EACH(DEMO_GIVE, res));                                  \
+        intfVelmor_sendRes_##X(ctx IV_EACH(IVB_GIVE, res));                                  \
     }                                                                                         \
-    void hd_##X(void *ctx, uint32_t ref IV_EACH(DEMO_PARAM, req))                             \
+    void hd_##X(void *ctx, uint32_t ref IV_EACH(IVB_PARAM, req))                             \
     {                                                                                         \
         auto b = blank<ivReq_##X>(CMD(X));                                                    \
-        IV_EACH(DEMO_TAKE, req)                                                               \
+        IV_EACH(IVB_TAKE, req)                                                               \
         received(CMD(X), iv::kReq, ref, &b);                                                  \
         respond_##X(ctx, b);                                                                  \
     }                                                                                         \
@@ -527,12 +500,12 @@ IV_COMMANDS(DEMO_COMMAND)
     {                                                                                         \
         auto b = blank<ivNtfy_##x>(NTFY(x));                                                  \
         publication(b);                                                                       \
-        intfVelmor_sendReq_ntfy##X(wifi, 0, 0 IV_EACH(DEMO_GIVE, members));                   \
+        intfVelmor_sendReq_ntfy##X(wifi, 0, 0 IV_EACH(IVB_GIVE, members));                   \
     }                                                                                         \
-    void on_##x(void *, uint32_t ref IV_EACH(DEMO_PARAM, members))                            \
+    void on_##x(void *, uint32_t ref IV_EACH(IVB_PARAM, members))                            \
     {                                                                                         \
         auto b = blank<ivNtfy_##x>(NTFY(x));                                                  \
-        IV_EACH(DEMO_TAKE, members)                                                           \
+        IV_EACH(IVB_TAKE, members)                                                           \
         received(NTFY(x), iv::kReq, ref, &b);                                                 \
     }                                                                                         \
     static_assert(std::is_same_v<decltype(&on_##x), intfVelmor_hdlNtfy_##x>, #x " handler");
