@@ -444,7 +444,6 @@ void publication(ivNtfy_beaconReport &n)
 
 // ---- everything else, from the catalogue ----------------------------------------------
 
-
 // Per command: the plan's two exchanges; the client's send and response
 // callback; the service's handler, which answers at once.
 #define DEMO_COMMAND(idx, X, entry, magic, stamp, magicName, req, res)                        \
