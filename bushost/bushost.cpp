@@ -602,7 +602,7 @@ void sendCode(DBusMessage *call, uint32_t code)
         return;
     char text[48];
     snprintf(text, sizeof text, "response code %u", static_cast<unsigned>(code));
-    DBusMessage *e = dbus_message_new_error(call, TOLKBUS_ERROR_CODE, text);
+    DBusMessage *e = dbus_message_new_error(call, TOLKBUS_ERROR_CODE, nullptr);
     if (!e)
         return;
     const char *p = text;

@@ -89,7 +89,7 @@ extern "C" {
  * 0x100 are the library's or the service's: a non-zero response code comes
  * to the failure hook as it was sent (INTFVELMOR_RES_NO_HANDLER, 20, when
  * the service installed no handler; 1..5 when the service's library refused
- * the request bytes, 2 for a refused frame).
+ * the request bytes: 2 for a refused frame, 4 for a malformed member).
  */
 #define TOLKBUS_ERR_NO_SERVER 0x100u /* nobody owns the service's name, or it serves no such entry */
 #define TOLKBUS_ERR_MNGT      0x101u /* unknown management number or entry index */
