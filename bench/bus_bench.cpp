@@ -79,13 +79,23 @@ void makeBodies()
 // ---- timing ---------------------------------------------------------------------------
 
 struct Timing {
-    std::vector<double> lat;  // seconds per call
+    // Seconds per call, written in place: the array is filled before the
+    // calls, so that a soak's RSS samples see no growth of the benchmark's own.
+    std::vector<double> lat;
+    void prepare(size_t planned) { lat.assign(planned ? planned : 1 << 20, 0.0); }
+    void record(double secs)
+    {
+        if (calls < lat.size())
+            lat[calls] = secs;
+        calls++;
+    }
     double start = 0, end = 0;
     size_t calls = 0;
 };
 
 void report(const char *who, const char *what, Timing &t, uint32_t bodiesHeld)
 {
+    t.lat.resize(std::min(t.lat.size(), t.calls));
     std::sort(t.lat.begin(), t.lat.end());
     double secs = t.end - t.start;
     double median = t.lat.empty() ? 0 : t.lat[t.lat.size() / 2];
@@ -175,8 +185,8 @@ extern "C" __attribute__((noinline)) int bench_libraryRoundTrips(void *user, boo
             if (tolkbus_dispatch() == TOLKBUS_STOPPED)
                 return 1;
         }
-        t->lat.push_back(now() - s);
-        soakMark("client", ++t->calls);
+        t->record(now() - s);
+        soakMark("client", t->calls);
     }
     t->end = now();
     return 0;
@@ -192,7 +202,7 @@ int client(const char *address, bool assoc, double seconds, size_t calls)
     void *user = tolkbus_newUser("bench-client");
     intfVelmor_regUser_msgMngt(user, 0, nullptr, INTFVELMOR_SEL_BOTH);
     Timing t;
-    t.lat.reserve(calls ? calls : 1 << 20);
+    t.prepare(calls);
     if (bench_libraryRoundTrips(user, assoc, seconds, calls, &t))
         return 1;
     report("library", assoc ? "getAssocDevStats x100" : "getCCAStatistic", t,
@@ -433,8 +443,8 @@ extern "C" __attribute__((noinline)) int bench_echoRoundTrips(bool assoc, double
         while (!gBare.answered)
             bareDispatch(1000);
         dbus_pending_call_unref(call);
-        t->lat.push_back(now() - s);
-        soakMark("echo-client", ++t->calls);
+        t->record(now() - s);
+        soakMark("echo-client", t->calls);
     }
     t->end = now();
     return 0;
@@ -448,7 +458,7 @@ int echoClient(const char *address, bool assoc, double seconds, size_t calls)
     if (!bareConnect(address))
         return 1;
     Timing t;
-    t.lat.reserve(calls ? calls : 1 << 20);
+    t.prepare(calls);
     if (bench_echoRoundTrips(assoc, seconds, calls, &t))
         return 1;
     report("echo", assoc ? "getAssocDevStats x100" : "getCCAStatistic", t, 0);

@@ -108,7 +108,7 @@ if [ "$cg_calls" != 0 ] && command -v valgrind > /dev/null; then
                 else if ($0 ~ /libdbus-1/) dbus += ir
                 else other += ir
             }
-            END { printf "%d %d %d %d %d\n", total, lib, host, dbus, other }'
+            END { printf "%.0f %.0f %.0f %.0f %.0f\n", total, lib, host, dbus, other }'
     }
     for workload in cca assoc; do
         for kind in library echo; do
