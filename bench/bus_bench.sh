@@ -16,6 +16,7 @@ seconds=${2:-3}
 soak=${3:-100000}
 cg_calls=${CALLGRIND_CALLS:-2000}
 bin=$(cd "$build" && pwd)/bench/bench_bus
+here=$(cd "$(dirname "$0")" && pwd)
 [ -x "$bin" ] || { echo "no $bin: configure with -DINTFVELMOR_BENCH=ON and build bench_bus" >&2; exit 1; }
 
 work=$(mktemp -d)
@@ -91,25 +92,10 @@ done
 if [ "$cg_calls" != 0 ] && command -v valgrind > /dev/null; then
     echo
     echo "== instructions per round trip, $cg_calls calls, callgrind on both processes"
-    # The share of each object in the collected instructions: only the
-    # loops run (tolkbus_run / bench_echoServe in the service, the client's
-    # round-trip loop), not the set-up.
-    share() {  # callgrind file... -> "total lib host dbus other"
-        local f
-        for f in "$@"; do
-            callgrind_annotate --inclusive=no --threshold=100 "$f" 2> /dev/null
-        done | awk '
-            /^ *[0-9,]+ .*\[/ {
-                ir = $1; gsub(",", "", ir); ir += 0
-                if ($0 ~ /PROGRAM TOTALS/) next
-                total += ir
-                if ($0 ~ /libIntfVelmor/) lib += ir
-                else if ($0 ~ /libtolkBusHost/) host += ir
-                else if ($0 ~ /libdbus-1/) dbus += ir
-                else other += ir
-            }
-            END { printf "%.0f %.0f %.0f %.0f %.0f\n", total, lib, host, dbus, other }'
-    }
+    # Only the loops are collected (tolkbus_run / bench_echoServe in the
+    # service, the client's round-trip loop), not the set-up. Each part
+    # counts its own instructions and those it spends in libc
+    # (bench/callgrind_share.py).
     for workload in cca assoc; do
         for kind in library echo; do
             if [ "$kind" = library ]; then
@@ -125,12 +111,12 @@ if [ "$cg_calls" != 0 ] && command -v valgrind > /dev/null; then
                 --callgrind-out-file="$work/cg-$kind-$workload-client.out" "$bin" "${cli[@]}" \
                 > /dev/null 2> "$work/cg-client.err"
             stop_service
-            read -r total lib host dbus other < <(share "$work/cg-$kind-$workload-service.out" \
-                                                        "$work/cg-$kind-$workload-client.out")
-            awk -v w="$workload" -v k="$kind" -v n="$cg_calls" -v t="$total" -v l="$lib" \
-                -v h="$host" -v d="$dbus" -v o="$other" 'BEGIN {
-                printf "%-6s %-8s %9.0f instructions/round trip: library %7.0f (%4.1f%%), host %7.0f (%4.1f%%), libdbus %8.0f (%4.1f%%), other %7.0f\n",
-                    w, k, t / n, l / n, 100 * l / t, h / n, 100 * h / t, d / n, 100 * d / t, o / n }'
+            read -r total lib host dbus other < <(python3 "$here/callgrind_share.py" "$cg_calls" \
+                "$work/cg-$kind-$workload-service.out" "$work/cg-$kind-$workload-client.out")
+            awk -v w="$workload" -v k="$kind" -v t="$total" -v l="$lib" -v h="$host" -v d="$dbus" \
+                -v o="$other" 'BEGIN {
+                printf "%-6s %-8s %8d instructions/round trip: library %7d (%4.1f%%), host %6d (%4.1f%%), libdbus %7d (%4.1f%%), program and rest %6d\n",
+                    w, k, t, l, 100 * l / t, h, 100 * h / t, d, 100 * d / t, o }'
         done
     done
 fi
