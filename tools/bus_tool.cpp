@@ -29,55 +29,73 @@
 
 namespace {
 
+// The whole help, and the source of the manual page (made by the wire
+// tool's tools/wire/man.py): a heading ends with ':' at the margin; a list
+// entry is its term at column 2, then at least two blanks and its text,
+// continued at the text's column; any other line is running text.
 const char kHelp[] =
-    "Usage: intfvelmor-bus [OPTION...] VERB ARGS...\n"
-    "Calls, listens to and stands in for the Wi-Fi service on a D-Bus bus.\n"
+    "intfvelmor-bus - call, listen to and stand in for the Wi-Fi service on D-Bus\n"
     "\n"
-    "Verbs:\n"
-    "  call SERVICE COMMAND [JSON]\n"
-    "      Sends COMMAND to the service whose user name is SERVICE, with the\n"
-    "      request body JSON (default {}), and prints the response as one JSON\n"
-    "      object {\"message\", \"type\", \"body\"}. Exits 0 when the service\n"
-    "      answered with a body; 1, with a one-line reason on standard error,\n"
-    "      when the request body is refused, the service answers with a non-zero\n"
-    "      code, no answer comes within the timeout, or no such service is on\n"
-    "      the bus.\n"
-    "  listen [--from SERVICE] [NOTIFICATION...]\n"
-    "      Prints each notification (all three, or the ones named) as one JSON\n"
-    "      line as it arrives, until interrupted. --from takes only those of\n"
-    "      the service SERVICE.\n"
-    "  serve USER FILE\n"
-    "      Stands in for the service under the user name USER: answers each\n"
-    "      command named in FILE with its canned response and publishes the\n"
-    "      notifications FILE lists, until interrupted. Prints each request it\n"
-    "      gets as one JSON line. FILE is a JSON object:\n"
-    "        {\"commands\": {\"getCCAStatistic\": {\"res\": {...}},\n"
-    "                      \"configureAccessPoint\": {\"code\": 5}, ...},\n"
-    "         \"notifications\": [{\"message\": \"beaconReport\", \"body\": {...}}, ...],\n"
-    "         \"interval\": SECONDS}\n"
-    "      A command's value is its response body, or {\"code\": N} to answer\n"
-    "      with the non-zero code N. Notifications are published once when\n"
-    "      serving starts, then every \"interval\" seconds when it is above 0.\n"
+    "Usage:\n"
+    "  intfvelmor-bus [--bus ADDRESS | --system] [--timeout MS] call SERVICE\n"
+    "                 COMMAND [JSON]\n"
+    "  intfvelmor-bus [--bus ADDRESS | --system] listen [--from SERVICE]\n"
+    "                 [NOTIFICATION...]\n"
+    "  intfvelmor-bus [--bus ADDRESS | --system] serve USER FILE\n"
+    "  intfvelmor-bus help\n"
+    "\n"
+    "Description:\n"
+    "  Talks to the Wi-Fi service through libIntfVelmor on the bus host: the\n"
+    "  bytes on the bus are the library's, made and read by it. Bodies go in\n"
+    "  and out as the JSON of intfvelmor-wire, an envelope {\"message\", \"type\",\n"
+    "  \"body\"}; intfvelmor-wire template prints a body to start from, and\n"
+    "  intfvelmor-wire list names every message and member. A service owns\n"
+    "  the bus name " TOLKBUS_PREFIX ".USER.\n"
+    "\n"
+    "Commands:\n"
+    "  call      Sends COMMAND to the service whose user name is SERVICE, with\n"
+    "            the request body JSON (default {}), and prints the response on\n"
+    "            one line. Exits 0 when the service answered with a body, and 1\n"
+    "            with a one-line reason when the request body is refused, the\n"
+    "            service answers with a non-zero code, no answer comes within\n"
+    "            the timeout, or no such service is on the bus.\n"
+    "  listen    Prints each notification (all of them, or the ones named) as\n"
+    "            one JSON line as it arrives, until interrupted. --from SERVICE\n"
+    "            takes only those that SERVICE publishes.\n"
+    "  serve     Stands in for the service under the user name USER: answers\n"
+    "            each command named in FILE with its canned response, publishes\n"
+    "            the notifications FILE lists, and prints each request it gets\n"
+    "            as one JSON line, until interrupted.\n"
+    "  help      Prints this help.\n"
     "\n"
     "Options:\n"
-    "  --bus ADDRESS   the bus at ADDRESS (unix:path=..., unix:abstract=...)\n"
-    "  --system        the system bus\n"
-    "                  (neither: the session bus, DBUS_SESSION_BUS_ADDRESS)\n"
-    "  --timeout MS    call timeout in milliseconds (default 25000)\n"
-    "  -h, --help      this text\n"
+    "  --bus ADDRESS  The bus at ADDRESS (unix:path=...); without --bus or\n"
+    "                 --system, the session bus (DBUS_SESSION_BUS_ADDRESS).\n"
+    "  --system       The system bus.\n"
+    "  --timeout MS   Call timeout in milliseconds (default 25000).\n"
     "\n"
-    "Names are the wire tool's: intfvelmor-wire list shows every message and\n"
-    "its members, intfvelmor-wire template a body to start from. Services own\n"
-    "the bus name " TOLKBUS_PREFIX ".USER.\n"
+    "Serve file:\n"
+    "  A JSON object. \"commands\" maps a command's name to its response body,\n"
+    "  or to {\"code\": N} to answer with the non-zero code N instead; commands\n"
+    "  it does not name are not served. \"notifications\" lists envelopes\n"
+    "  {\"message\", \"body\"}, published once when serving starts and then every\n"
+    "  \"interval\" seconds when that is above 0:\n"
+    "    {\"commands\": {\"getCCAStatistic\": {\"res\": {\"v3\": 1000}},\n"
+    "                  \"configureAccessPoint\": {\"code\": 5}},\n"
+    "     \"notifications\": [{\"message\": \"beaconReport\",\n"
+    "                        \"body\": {\"mac\": \"aa:bb:cc:dd:ee:01\"}}],\n"
+    "     \"interval\": 5}\n"
     "\n"
-    "Exit status: 0 success, 1 a failed call or refused input, 2 a bad command\n"
-    "line.\n"
+    "Exit status:\n"
+    "  0  Done.\n"
+    "  1  The call failed, or the input (JSON, a value, FILE) is refused.\n"
+    "  2  Bad command line.\n"
     "\n"
     "Examples:\n"
     "  intfvelmor-bus call wifi getCCAStatistic\n"
     "  intfvelmor-bus call wifi temporarilyBlackList '{\"mac\": \"aa:bb:cc:dd:ee:03\", \"value\": 300}'\n"
     "  intfvelmor-bus listen beaconReport\n"
-    "  intfvelmor-bus serve wifi canned.json\n";
+    "  intfvelmor-bus --bus unix:path=/tmp/bus serve wifi canned.json\n";
 
 const char *gProg = "intfvelmor-bus";
 
@@ -473,7 +491,7 @@ int main(int argc, char **argv)
     int i = 1;
     for (; i < argc && argv[i][0] == '-'; ++i) {
         std::string a = argv[i];
-        if (a == "-h" || a == "--help") {
+        if (a == "-h" || a == "--help" || a == "help") {
             fputs(kHelp, stdout);
             return 0;
         } else if (a == "--system") {
@@ -496,6 +514,10 @@ int main(int argc, char **argv)
         usage("no verb (call, listen or serve)");
     std::string verb = argv[i++];
     int left = argc - i;
+    if (verb == "help") {
+        fputs(kHelp, stdout);
+        return 0;
+    }
     if (verb == "call") {
         if (left < 2 || left > 3)
             usage("call takes SERVICE COMMAND [JSON]");
