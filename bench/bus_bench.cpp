@@ -403,7 +403,8 @@ int echoService(const char *address, bool assoc)
     if (dbus_bus_request_name(gBare.conn, name.c_str(), DBUS_NAME_FLAG_DO_NOT_QUEUE, nullptr) !=
         DBUS_REQUEST_NAME_REPLY_PRIMARY_OWNER)
         return 1;
-    printf("ready\n");
+    printf("ready: requests of %zu bytes, answers of %zu\n", gBare.request.size(),
+           gBare.answer.size());
     fflush(stdout);
     bench_echoServe();
     printf("echo-service: %zu calls served, RSS %ld KiB\n", gBare.served, rssKiB());
