@@ -196,7 +196,7 @@ IV_COMMANDS(BUS_COMMAND)
     void publish_##x(void *user, const void *body)                                            \
     {                                                                                         \
         const ivNtfy_##x &b = *static_cast<const ivNtfy_##x *>(body);                         \
-        intfVelmor_sendReq_ntfy##X(user, 0, 0 IV_EACH(IVB_GIVE, members));                   \
+        intfVelmor_sendReq_ntfy##X(user, 0, 0 IV_EACH(IVB_GIVE, members));                    \
     }                                                                                         \
     uint32_t subscribe_##x(void *user, const char *from)                                      \
     {                                                                                         \

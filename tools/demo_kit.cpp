@@ -456,10 +456,10 @@ void publication(ivNtfy_beaconReport &n)
         answer(q, r);                                                                         \
         expect(CMD(X), iv::kRes, kWifi, kClient, &r);                                         \
     }                                                                                         \
-    void cb_##X(void *, uint32_t ref IV_EACH(IVB_PARAM, res))                                \
+    void cb_##X(void *, uint32_t ref IV_EACH(IVB_PARAM, res))                                 \
     {                                                                                         \
         auto b = blank<ivRes_##X>(CMD(X));                                                    \
-        IV_EACH(IVB_TAKE, res)                                                               \
+        IV_EACH(IVB_TAKE, res)                                                                \
         received(CMD(X), iv::kRes, ref, &b);                                                  \
     }                                                                                         \
     void send_##X(void *client)                                                               \
@@ -473,12 +473,12 @@ void publication(ivNtfy_beaconReport &n)
     {                                                                                         \
         auto b = blank<ivRes_##X>(CMD(X));                                                    \
         answer(q, b);                                                                         \
-        intfVelmor_sendRes_##X(ctx IV_EACH(IVB_GIVE, res));                                  \
+        intfVelmor_sendRes_##X(ctx IV_EACH(IVB_GIVE, res));                                   \
     }                                                                                         \
-    void hd_##X(void *ctx, uint32_t ref IV_EACH(IVB_PARAM, req))                             \
+    void hd_##X(void *ctx, uint32_t ref IV_EACH(IVB_PARAM, req))                              \
     {                                                                                         \
         auto b = blank<ivReq_##X>(CMD(X));                                                    \
-        IV_EACH(IVB_TAKE, req)                                                               \
+        IV_EACH(IVB_TAKE, req)                                                                \
         received(CMD(X), iv::kReq, ref, &b);                                                  \
         respond_##X(ctx, b);                                                                  \
     }                                                                                         \
@@ -499,12 +499,12 @@ IV_COMMANDS(DEMO_COMMAND)
     {                                                                                         \
         auto b = blank<ivNtfy_##x>(NTFY(x));                                                  \
         publication(b);                                                                       \
-        intfVelmor_sendReq_ntfy##X(wifi, 0, 0 IV_EACH(IVB_GIVE, members));                   \
+        intfVelmor_sendReq_ntfy##X(wifi, 0, 0 IV_EACH(IVB_GIVE, members));                    \
     }                                                                                         \
-    void on_##x(void *, uint32_t ref IV_EACH(IVB_PARAM, members))                            \
+    void on_##x(void *, uint32_t ref IV_EACH(IVB_PARAM, members))                             \
     {                                                                                         \
         auto b = blank<ivNtfy_##x>(NTFY(x));                                                  \
-        IV_EACH(IVB_TAKE, members)                                                           \
+        IV_EACH(IVB_TAKE, members)                                                            \
         received(NTFY(x), iv::kReq, ref, &b);                                                 \
     }                                                                                         \
     static_assert(std::is_same_v<decltype(&on_##x), intfVelmor_hdlNtfy_##x>, #x " handler");
@@ -544,7 +544,7 @@ uint32_t serve(void *wifi, TokenFn token)
         if (rc && !first)
             first = rc;
     };
-#define DEMO_SERVE(idx, X, ...) \
+#define DEMO_SERVE(idx, X, ...)                                                               \
     keep(intfVelmor_modSrv_recvMsg_##X(wifi, token(reinterpret_cast<Handler>(hd_##X)), kWifi, 0));
     IV_COMMANDS(DEMO_SERVE)
     // The service is the publisher of beacon reports.
