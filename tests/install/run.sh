@@ -58,6 +58,7 @@ if [ -x "$prefix/bin/intfvelmor-wire" ]; then
     echo "00000000 00000004 29190165 00000001 00000004 00000000" |
         env -u LD_LIBRARY_PATH "$prefix/bin/intfvelmor-wire" decode | grep -q 'getCCAStatistic request' ||
         fail "installed intfvelmor-wire"
+    [ -f "$prefix/share/man/man1/intfvelmor-wire.1" ] || fail "intfvelmor-wire(1) not installed"
     echo "installed intfvelmor-wire ok"
 fi
 echo "install: 1 passed, 0 failed"

@@ -3,15 +3,13 @@
 #include <stdio.h>
 #include <string.h>
 
-#include <nlohmann/json.hpp>
-
 #include "tools/describe_print.h"
 #include "tools/wire/commands.h"
 #include "tools/wire/input.h"
+#include "tools/wire/json.h"
 #include "tools/wire/output.h"
 #include "types/names.h"
 
-using json = nlohmann::ordered_json;
 using iv::Field;
 using iv::Form;
 using iv::TypeDesc;
@@ -52,17 +50,17 @@ void fillScalar(Form form, uint8_t *m, const json &v, const std::string &path)
     std::string range = format("%s, %lld..%llu", r.name, (long long)r.lo, (unsigned long long)r.hi);
     if (!v.is_number_integer())
         reject(path + ": expected an integer (" + range + "), got " +
-               (v.is_number_float() ? v.dump() : std::string(kindOf(v))));
+               (v.is_number_float() ? dumpJson(v) : std::string(kindOf(v))));
     uint64_t bits;
     if (v.is_number_unsigned()) {
         uint64_t u = v.get<uint64_t>();
         if (u > r.hi)
-            reject(path + ": " + v.dump() + " is out of range for " + range);
+            reject(path + ": " + dumpJson(v) + " is out of range for " + range);
         bits = u;
     } else {
         int64_t s = v.get<int64_t>();
         if (s < r.lo || (s >= 0 && (uint64_t)s > r.hi))
-            reject(path + ": " + v.dump() + " is out of range for " + range);
+            reject(path + ": " + dumpJson(v) + " is out of range for " + range);
         bits = (uint64_t)s;
     }
     switch (form) {
@@ -216,15 +214,6 @@ void fillRecord(const TypeDesc &d, uint8_t *base, const json &j, const std::stri
                 fillScalar(f->form, m, *v, here);
             break;
         }
-    }
-}
-
-json parseJson(const std::string &text)
-{
-    try {
-        return json::parse(text);
-    } catch (const json::parse_error &e) {
-        reject(std::string("not JSON: ") + e.what());
     }
 }
 

@@ -2,15 +2,14 @@
 // from the library's descriptions.
 #include <stdio.h>
 
-#include <nlohmann/json.hpp>
 
 #include "tools/describe_print.h"
 #include "tools/wire/commands.h"
 #include "tools/wire/base.h"
 #include "tools/wire/catalogue.h"
+#include "tools/wire/json.h"
 #include "types/names.h"
 
-using json = nlohmann::ordered_json;
 using iv::Field;
 using iv::Form;
 using iv::TypeDesc;
@@ -93,8 +92,7 @@ int listCommand(const Options &o)
         for (const RecordType &r : recordTypes())
             j["records"].push_back({{"name", r.name}, {"size", r.d->size},
                                     {"members", membersJson(r.d)}});
-        fputs((o.pretty ? j.dump(2, ' ', true) : j.dump(-1, ' ', true)).c_str(), stdout);
-        fputc('\n', stdout);
+        fputs((dumpJson(j, o.pretty) + "\n").c_str(), stdout);
         return 0;
     }
     std::string out = "Commands: index, name, entry name, magic, method magic, stamp\n";

@@ -7,6 +7,7 @@
 //   encode.cpp    JSON to values to bytes, and templates
 //   catalogue.cpp the messages and record types, by name
 //   input.cpp     files, hex text
+//   json.cpp      JSON read and written
 //   base.cpp      failures, formatting, the library's log lines
 #include <stdio.h>
 

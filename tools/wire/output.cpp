@@ -1,21 +1,12 @@
 #include "tools/wire/output.h"
 
-#include <nlohmann/json.hpp>
-
 #include "tools/describe_print.h"
+#include "tools/wire/json.h"
 #include "wire/bytes.h"
 
 namespace wiretool {
 
 namespace {
-
-using json = nlohmann::ordered_json;
-
-// Non-ASCII characters are written as they are.
-std::string dumpJson(const json &j, bool pretty)
-{
-    return (pretty ? j.dump(2, ' ', true) : j.dump(-1, ' ', true)) + "\n";
-}
 
 json jsonValue(const Decoded &r)
 {
@@ -32,7 +23,7 @@ json jsonValue(const Decoded &r)
         j["message"] = r.msg->m->name;
         j["type"] = typeWord(r.type);
     }
-    j["body"] = json::parse(body);
+    j["body"] = parseJson(body);
     return j;
 }
 
@@ -60,7 +51,10 @@ std::string treeOf(const Decoded &r)
     return out;
 }
 
-std::string jsonOf(const Decoded &r, bool pretty) { return dumpJson(jsonValue(r), pretty); }
+std::string jsonOf(const Decoded &r, bool pretty)
+{
+    return dumpJson(jsonValue(r), pretty) + "\n";
+}
 
 std::string jsonOf(const std::vector<const Decoded *> &readings, bool pretty)
 {
@@ -69,7 +63,7 @@ std::string jsonOf(const std::vector<const Decoded *> &readings, bool pretty)
     json all = json::array();
     for (const Decoded *r : readings)
         all.push_back(jsonValue(*r));
-    return dumpJson(all, pretty);
+    return dumpJson(all, pretty) + "\n";
 }
 
 }  // namespace wiretool
