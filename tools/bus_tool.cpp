@@ -79,12 +79,7 @@ const char kHelp[] =
     "  or to {\"code\": N} to answer with the non-zero code N instead; commands\n"
     "  it does not name are not served. \"notifications\" lists envelopes\n"
     "  {\"message\", \"body\"}, published once when serving starts and then every\n"
-    "  \"interval\" seconds when that is above 0:\n"
-    "    {\"commands\": {\"getCCAStatistic\": {\"res\": {\"v3\": 1000}},\n"
-    "                  \"configureAccessPoint\": {\"code\": 5}},\n"
-    "     \"notifications\": [{\"message\": \"beaconReport\",\n"
-    "                        \"body\": {\"mac\": \"aa:bb:cc:dd:ee:01\"}}],\n"
-    "     \"interval\": 5}\n"
+    "  \"interval\" seconds when that is above 0. An example is below.\n"
     "\n"
     "Exit status:\n"
     "  0  Done.\n"
@@ -95,7 +90,13 @@ const char kHelp[] =
     "  intfvelmor-bus call wifi getCCAStatistic\n"
     "  intfvelmor-bus call wifi temporarilyBlackList '{\"mac\": \"aa:bb:cc:dd:ee:03\", \"value\": 300}'\n"
     "  intfvelmor-bus listen beaconReport\n"
-    "  intfvelmor-bus --bus unix:path=/tmp/bus serve wifi canned.json\n";
+    "  intfvelmor-bus --bus unix:path=/tmp/bus serve wifi canned.json\n"
+    "  with canned.json:\n"
+    "    {\"commands\": {\"getCCAStatistic\": {\"res\": {\"v3\": 1000}},\n"
+    "                  \"configureAccessPoint\": {\"code\": 5}},\n"
+    "     \"notifications\": [{\"message\": \"beaconReport\",\n"
+    "                        \"body\": {\"mac\": \"aa:bb:cc:dd:ee:01\"}}],\n"
+    "     \"interval\": 5}\n";
 
 const char *gProg = "intfvelmor-bus";
 
@@ -318,17 +319,22 @@ std::string reason(uint32_t code, const char *service, const char *command, cons
     case TOLKBUS_ERR_BUS:
         return s + "the bus connection failed";
     case INTFVELMOR_RES_NO_HANDLER:
-        return s + "answered with code 20: no handler for it";
+        return s + "the service answered with code 20: no handler for it";
     case INTFVELMOR_ERR_FRAME:
     case INTFVELMOR_ERR_BODY:
-    case INTFVELMOR_ERR_TYPE:
-        return s + "the service refused the request body (code " + std::to_string(code) + ")";
+        return s + "the service refused the request's bytes (code " + std::to_string(code) +
+               ")";
+    case TOLKBUS_ERR_REPLY:
+        return s + "the answer is not one byte array";
     default:
         break;
     }
-    char buf[64];
-    snprintf(buf, sizeof buf, "failed with code %u (0x%x)", code, code);
-    return s + buf + (detail && *detail ? std::string(", ") + detail : std::string());
+    char buf[96];
+    if (code < 0x100)  // the service's own code
+        snprintf(buf, sizeof buf, "the service answered with code %u", code);
+    else
+        snprintf(buf, sizeof buf, "failed with the bus host's code 0x%x", code);
+    return s + buf + (code >= 0x100 && detail && *detail ? std::string(" (") + detail + ")" : "");
 }
 
 struct CallFailure {
@@ -354,7 +360,8 @@ int call(const Options &o, const char *service, const char *command, const char 
     Body body = newBody(m, iv::kReq);
     std::string why;
     if (!bodyFromJson(m, iv::kReq, text ? text : "{}", body.data(), why))
-        die(1, std::string(m.name) + " request: " + why);
+        die(1, why.compare(0, strlen(m.name), m.name) ? std::string(m.name) + " request: " + why
+                                                      : why);
 
     connect(o);
     tolkbus_setFailHook(onFailure, nullptr);
@@ -479,7 +486,7 @@ int serve(const Options &o, const char *userName, const char *file)
 
 [[noreturn]] void usage(const std::string &why)
 {
-    fprintf(stderr, "%s: %s\nTry '%s --help'.\n", gProg, why.c_str(), gProg);
+    fprintf(stderr, "%s: %s (%s help says more)\n", gProg, why.c_str(), gProg);
     exit(2);
 }
 

@@ -12,11 +12,31 @@
 
 #include "tools/wire/base.h"
 #include "tools/wire/catalogue.h"
+#include "tools/wire/json.h"
 #include "tools/wire/output.h"
 #include "tools/wire/reading.h"
-#include "tools/wire/json.h"
+
+// The wire tool's encoder (an envelope or a body to the library's structs,
+// then to its bytes) has no header of its own: its one file is compiled
+// here, the only translation unit of this program that uses it.
+#include "tools/wire/encode.cpp"
 
 using json = nlohmann::ordered_json;
+
+namespace {
+
+// JSON text to the library's bytes of one body, by the wire tool's encoder;
+// throws its InputError or UsageError.
+std::vector<uint8_t> encodeJson(const iv::MsgDesc &m, int32_t type, const std::string &text)
+{
+    wiretool::Options o;
+    o.message = m.name;
+    o.type = type == iv::kReq ? "req" : "res";
+    json j = wiretool::parseJson(text);
+    return wiretool::encode(wiretool::target(o, j));
+}
+
+}  // namespace
 
 namespace {
 
@@ -46,7 +66,7 @@ bool bodyFromJson(const iv::MsgDesc &m, int32_t type, const std::string &text, v
 {
     const wiretool::Message &msg = messageOf(m);
     try {
-        std::vector<uint8_t> bytes = wiretool::encodeJson(msg, type, text);
+        std::vector<uint8_t> bytes = encodeJson(m, type, text);
         wiretool::Decoded r = wiretool::decodeBody(msg, type, bytes);
         if (!r.ok()) {
             why = wiretool::reason(r);
