@@ -1131,8 +1131,7 @@ uint32_t setUp(DBusConnection *conn)
     }
     g.conn = conn;
     g.lost = false;
-    g.stopped = false;
-    gStopAsked = 0;
+    g.stopped = false;  // a stop asked before connecting still holds
     g.epfd = epoll_create1(EPOLL_CLOEXEC);
     g.timerfd = timerfd_create(CLOCK_MONOTONIC, TFD_NONBLOCK | TFD_CLOEXEC);
     epoll_event ev{};

@@ -67,6 +67,9 @@
  *
  * Threads: none of its own. Every function of this header (except
  * tolkbus_stop) and of tolkHost.h runs on the thread that runs the loop.
+ * Handlers, callbacks and hooks may send, answer and publish, but must not
+ * disconnect or reset: they call tolkbus_stop, and the program disconnects
+ * once tolkbus_run has returned.
  * Compiles as C99 and as C++.
  */
 #ifndef TOLK_BUSHOST_H
@@ -112,7 +115,8 @@ extern "C" {
 /* ---- connection ------------------------------------------------------ */
 
 /* Connects to a bus address ("unix:path=..."), registering with the daemon.
- * NULL: the session bus (DBUS_SESSION_BUS_ADDRESS). 0, or TOLKBUS_ERR_BUS. */
+ * NULL: the session bus (DBUS_SESSION_BUS_ADDRESS). 0, or TOLKBUS_ERR_BUS.
+ * Connect before serving, subscribing or sending: those need the bus. */
 uint32_t tolkbus_connect(const char *address);
 /* Connects to the system bus. 0, or TOLKBUS_ERR_BUS. */
 uint32_t tolkbus_connectSystem(void);
@@ -140,7 +144,8 @@ uint32_t tolkbus_dispatch(void);
  * TOLKBUS_ERR_BUS at once when not connected. */
 uint32_t tolkbus_run(void);
 /* Asks the loop to stop: event 0, then tolkbus_run returns. Safe in a
- * signal handler and from another thread. */
+ * signal handler and from another thread. A stop asked before connecting
+ * takes effect at the first dispatch; tolkbus_reset forgets it. */
 void tolkbus_stop(void);
 /* Installs SIGTERM and SIGINT handlers that call tolkbus_stop. 0 or errno. */
 uint32_t tolkbus_stopOnSignals(void);

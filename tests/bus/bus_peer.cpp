@@ -12,8 +12,10 @@
 //   bus_peer client ADDR repeat SECONDS
 //                                     getCCAStatistic again and again, until it
 //                                     was answered, failed, then answered again
+//   bus_peer client ADDR foreign      two users, subscribed to two publishers
 //   bus_peer client ADDR wait         a held call, then run until the bus goes away
 //   bus_peer own ADDR                 tries to serve (own the name) and says how it went
+//   bus_peer offline -                calls refused before anything is sent
 //   bus_peer hostile ADDR SERVICE_PID raw D-Bus calls with bad bodies and signatures
 //
 // Lines: "trace DIR KIND ENTRY HEX" for what crossed, "answered NAME ok",
@@ -188,6 +190,36 @@ int own(const char *addr)
     return 0;
 }
 
+// Calls refused before anything is sent: each body is still freed, once.
+int offline()
+{
+    iv::setLogSink(libLine);
+    setvbuf(stdout, nullptr, _IOLBF, 0);
+    if (intfVelmor_initialize() != 0)
+        return 1;
+    void *cli = tolkbus_newUser("client");
+    void *nameless = tolkbus_newUser("");
+    intfVelmor_regUser_msgMngt(cli, 0, nullptr, INTFVELMOR_SEL_BOTH);
+    intfVelmor_regUser_msgMngt(nameless, 0, nullptr, INTFVELMOR_SEL_BOTH);
+    auto attempt = [](const char *what, uint32_t rc) {
+        tolkbus_statsInfo s = tolkbus_stats();
+        printf("%s rc=0x%x freed=%u serialized=%u\n", what, (unsigned)rc, s.bodiesFreed,
+               s.serialized);
+    };
+    auto onStats = onResponse<ccaStats *>;
+    attempt("unmappable-service",
+            intfVelmor_sendReq_getCCAStatistic(cli, onStats, 1, 0, ""));
+    attempt("not-connected",
+            intfVelmor_sendReq_getCCAStatistic(cli, onStats, 1, 0, "wifi"));
+    attempt("serve-nameless", intfVelmor_modSrv_recvMsg_getCCAStatistic(
+                                  nameless, tolkbus_token((tolkbus_fn)onRequest<>), 0, 0));
+    intfVelmor_sendReq_ntfyBeaconReport(nameless, 0, 0, "ab", 1, 2);
+    attempt("publish-nameless", 0);
+    printStats("end");
+    tolkbus_reset();
+    return 0;
+}
+
 // ---- client ---------------------------------------------------------------
 
 int clientAll()
@@ -264,13 +296,45 @@ int clientNoReply(const std::string &name)
     return clientOne("getCCAStatistic", 5000);
 }
 
+// The handler gets ref back with each report.
+void subscribeBeaconReports(void *user, const char *publisher, uint32_t ref)
+{
+    uint32_t rc = intfVelmor_modCliNtfyUser_recvMsg_beaconReport(
+        user, tolkbus_token((tolkbus_fn)onRequest<char *, int8_t, int8_t>), ref, 0, publisher,
+        nullptr);
+    printf("subscribed %s rc=0x%x\n", publisher, (unsigned)rc);
+}
+
+// Two users of one connection: one subscribed to the service's beacon
+// reports, one to another publisher's. Both rules reach the daemon, so the
+// reports come to the connection; only the first user may get them.
+int clientForeign()
+{
+    void *other = tolkbus_newUser("client2");
+    intfVelmor_regUser_msgMngt(other, 0, nullptr, INTFVELMOR_SEL_BOTH);
+    subscribeBeaconReports(other, "other", 2);
+    subscribeBeaconReports(gSrv, "wifi", 1);
+    int rc = clientOne("getCCAStatistic", 5000);
+    pump([] { return g_handled.size() >= 2; }, 2000);
+    pump([] { return false; }, 200);
+    unsigned mine = 0, foreign = 0;
+    for (const Call &c : g_handled)
+        (c.ref == 1 ? mine : foreign)++;
+    printf("notified wifi=%u other=%u\n", mine, foreign);
+    return rc;
+}
+
 int clientRepeat(unsigned seconds)
 {
     const Command *c = commandNamed("getCCAStatistic");
     tolkbus_setCallTimeout(2000);
+    subscribeBeaconReports(gSrv, "wifi", 0);
     int phase = 0;  // 0 waiting for an answer, 1 for a failure, 2 for an answer again
+    size_t notifiedBefore = 0;
     uint64_t end = nowMs() + seconds * 1000ull;
     while (phase < 3 && nowMs() < end) {
+        if (phase == 2)
+            notifiedBefore = g_handled.size();
         size_t answers = g_answered.size();
         uint32_t failures = tolkbus_stats().failures;
         if (c->send(gSrv) == 0)
@@ -284,6 +348,9 @@ int clientRepeat(unsigned seconds)
         printf("phase %d\n", phase);
         pump([] { return false; }, 100);
     }
+    // The restarted service's notifications reach the old subscription.
+    pump([&] { return g_handled.size() > notifiedBefore; }, 2000);
+    printf("notified after restart %zu\n", g_handled.size() - notifiedBefore);
     printStats("end");
     return phase == 3 ? 0 : 1;
 }
@@ -319,6 +386,8 @@ int client(const char *addr, int argc, char **argv)
         rc = clientRepeat((unsigned)atoi(argv[1]));
     else if (mode == "wait")
         return clientWait();
+    else if (mode == "foreign")
+        rc = clientForeign();
     printStats("end");
     tolkbus_reset();
     return rc;
@@ -531,6 +600,8 @@ int main(int argc, char **argv)
         return client(addr, argc - 3, argv + 3);
     if (role == "own")
         return own(addr);
+    if (role == "offline")
+        return offline();
     if (role == "hostile" && argc > 3)
         return hostile(addr, atol(argv[3]));
     fprintf(stderr, "unknown role %s\n", role.c_str());
