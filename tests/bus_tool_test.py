@@ -181,11 +181,40 @@ class BusTool(unittest.TestCase):
         # The stopped service gets the call when it runs again.
         self.served_request()
 
+    def test_a_serve_file_is_checked_before_serving(self):
+        cases = [
+            ({"commandz": {}}, "commandz"),
+            ({"commands": {"beaconReport": {}}}, "notification"),
+            ({"commands": {"getCCAStatistic": {"code": 0}}}, "code"),
+            ({"commands": {"getCCAStatistic": {"res": {"v3": -1}}}}, "v3"),
+            ({"notifications": [{"message": "getCCAStatistic"}]}, "command"),
+            ({"interval": "often"}, "interval"),
+        ]
+        for i, (content, word) in enumerate(cases):
+            with self.subTest(content=content):
+                path = os.path.join(self.dir.name, f"bad{i}.json")
+                with open(path, "w") as f:
+                    json.dump(content, f)
+                self.assertFails(["serve", "other", path], 1, word)
+
+    def test_an_envelope_is_a_request_body_too(self):
+        req = {"message": "temporarilyBlackList", "type": "req",
+               "body": {"mac": "aa:bb:cc:dd:ee:04", "value": 60}}
+        rc, out, err = self.tool("call", "wifi", "temporarilyBlackList", json.dumps(req))
+        self.assertEqual((rc, err), (0, ""))
+        self.assertEqual(self.served_request(), req)
+        # An envelope naming another message is refused.
+        req["message"] = "getCCAStatistic"
+        self.assertFails(["call", "wifi", "temporarilyBlackList", json.dumps(req)], 1,
+                         "getCCAStatistic")
+
     def test_bad_command_lines_exit_2(self):
         self.assertFails(["call", "wifi"], 2)
         self.assertFails(["frobnicate"], 2)
         self.assertFails(["call", "wifi", "noSuchCommand"], 2, "noSuchCommand")
         self.assertFails(["call", "wifi", "beaconReport"], 2, "notification")
+        self.assertFails(["listen", "getCCAStatistic"], 2, "command")
+        self.assertFails(["--bus", "x", "--system", "listen"], 2)
 
 
 if __name__ == "__main__":
