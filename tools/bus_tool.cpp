@@ -127,7 +127,7 @@ Body newBody(const iv::MsgDesc &m, int32_t type)
 struct Call {
     bool done = false;
     bool ok = false;
-    std::string out;  // the response as JSON, or the reason it failed
+    std::string out;  // the response, as JSON
 } gCall;
 
 // The service's canned answers, by command index: a body, or a code.
@@ -271,7 +271,8 @@ double now()
 }
 
 // Runs the loop until `until` says so, stopped, or `wakeEvery` seconds pass
-// (then calls tick and goes on). Returns TOLKBUS_STOPPED, TOLKBUS_ERR_BUS or 0.
+// (then calls tick and goes on). Returns 0 when `until` said so, else
+// TOLKBUS_STOPPED (asked to stop, or the connection lost) or TOLKBUS_ERR_BUS.
 template <class Until, class Tick>
 uint32_t loop(Until until, double wakeEvery, Tick tick)
 {
