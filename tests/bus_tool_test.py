@@ -97,8 +97,11 @@ class BusTool(unittest.TestCase):
             except subprocess.TimeoutExpired:
                 p.kill()
                 p.wait()
+            p.stdout.close()
+            p.stderr.close()
         cls.daemon.terminate()
         cls.daemon.wait(5)
+        cls.daemon.stdout.close()
         cls.dir.cleanup()
 
     def tool(self, *args, timeout=20):
@@ -207,6 +210,26 @@ class BusTool(unittest.TestCase):
         req["message"] = "getCCAStatistic"
         self.assertFails(["call", "wifi", "temporarilyBlackList", json.dumps(req)], 1,
                          "getCCAStatistic")
+
+    def test_listen_fails_when_the_bus_goes_and_ends_cleanly_when_stopped(self):
+        conf = os.path.join(self.dir.name, "bus.conf")
+        daemon = subprocess.Popen([DAEMON, "--config-file=" + conf, "--nofork", "--print-address=1"],
+                                  stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True)
+        address = daemon.stdout.readline().strip()
+        try:
+            for stop, status in ((lambda p: p.send_signal(signal.SIGINT), 0),
+                                 (lambda p: daemon.kill(), 1)):
+                p = subprocess.Popen([TOOL, "--bus", address, "listen"], stdout=subprocess.PIPE,
+                                     stderr=subprocess.PIPE, text=True)
+                self.assertIn("listening", read_line(p, "err") or "")
+                stop(p)
+                self.assertEqual(p.wait(10), status)
+                p.stdout.close()
+                p.stderr.close()
+        finally:
+            daemon.kill()
+            daemon.wait()
+            daemon.stdout.close()
 
     def test_bad_command_lines_exit_2(self):
         self.assertFails(["call", "wifi"], 2)

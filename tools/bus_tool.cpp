@@ -9,6 +9,7 @@
 // received by the bus host.
 #include <errno.h>
 #include <poll.h>
+#include <signal.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -263,6 +264,23 @@ void *newUser(const char *name)
     return user;
 }
 
+// SIGTERM and SIGINT stop the loop; anything else that stops it is the
+// connection lost.
+volatile sig_atomic_t gSignalled = 0;
+void onSignal(int)
+{
+    gSignalled = 1;
+    tolkbus_stop();
+}
+void stopOnSignals()
+{
+    struct sigaction sa {};
+    sa.sa_handler = onSignal;
+    sigemptyset(&sa.sa_mask);
+    sigaction(SIGTERM, &sa, nullptr);
+    sigaction(SIGINT, &sa, nullptr);
+}
+
 double now()
 {
     timespec t;
@@ -272,7 +290,7 @@ double now()
 
 // Runs the loop until `until` says so, stopped, or `wakeEvery` seconds pass
 // (then calls tick and goes on). Returns 0 when `until` said so, else
-// TOLKBUS_STOPPED (asked to stop, or the connection lost) or TOLKBUS_ERR_BUS.
+// TOLKBUS_STOPPED (SIGTERM or SIGINT) or TOLKBUS_ERR_BUS (the connection lost).
 template <class Until, class Tick>
 uint32_t loop(Until until, double wakeEvery, Tick tick)
 {
@@ -295,7 +313,7 @@ uint32_t loop(Until until, double wakeEvery, Tick tick)
         if (poll(&p, 1, ms) < 0 && errno != EINTR)
             return TOLKBUS_ERR_BUS;
         if (tolkbus_dispatch() == TOLKBUS_STOPPED)
-            return tolkbus_fd() < 0 ? TOLKBUS_ERR_BUS : TOLKBUS_STOPPED;
+            return gSignalled ? TOLKBUS_STOPPED : TOLKBUS_ERR_BUS;
     }
     return 0;
 }
@@ -397,7 +415,7 @@ int listen(const Options &o, const char *from, const std::vector<std::string> &n
             picked.push_back(iv::kNotifications[i]);
 
     connect(o);
-    tolkbus_stopOnSignals();
+    stopOnSignals();
     void *user = newUser("intfvelmor-bus");
     std::string list;
     for (const iv::MsgDesc *m : picked) {
@@ -452,7 +470,7 @@ int serve(const Options &o, const char *userName, const char *file)
     }
 
     connect(o);
-    tolkbus_stopOnSignals();
+    stopOnSignals();
     void *user = newUser(userName);
     size_t served = 0;
     for (uint32_t i = 0; i < INTFVELMOR_CMD_COUNT; ++i) {
