@@ -8,13 +8,15 @@
 #
 # BUILD_DIR is configured with -DINTFVELMOR_BENCH=ON and has bench_bus built.
 # Each timed run lasts SECONDS (default 3), library and echo alternating
-# twice per workload; the soak makes SOAK_CALLS calls (default 100000; 0
-# skips it). Set CALLGRIND_CALLS (default 2000; 0 skips) for the counts.
+# per workload; the soak makes SOAK_CALLS calls (default 100000; 0
+# skips it). Set CALLGRIND_CALLS (default 2000; 0 skips) for the counts,
+# ROUNDS (default 2) for the number of library/echo alternations.
 set -euo pipefail
 build=${1:?usage: bus_bench.sh BUILD_DIR [SECONDS] [SOAK_CALLS]}
 seconds=${2:-3}
 soak=${3:-100000}
 cg_calls=${CALLGRIND_CALLS:-2000}
+rounds=${ROUNDS:-2}
 bin=$(cd "$build" && pwd)/bench/bench_bus
 here=$(cd "$(dirname "$0")" && pwd)
 [ -x "$bin" ] || { echo "no $bin: configure with -DINTFVELMOR_BENCH=ON and build bench_bus" >&2; exit 1; }
@@ -79,12 +81,14 @@ rss_of() { awk '/^VmRSS:/ {print $2}' "/proc/$1/status" 2> /dev/null || echo -; 
 
 echo "== round trips, ${seconds} s per run (library on the bus host, then the bare echo)"
 for workload in cca assoc; do
-    for round in 1 2; do
+    for _ in $(seq "$rounds"); do
         start_service service "$bin" service "$address"
-        "$bin" client "$address" "$workload" "$seconds"
+        "$bin" client "$address" "$workload" "$seconds" 2>> "$work/timed.err" ||
+            { cat "$work/timed.err" >&2; exit 1; }
         stop_service
         start_service echo "$bin" echo-service "$address" "$workload"
-        "$bin" echo-client "$address" "$workload" "$seconds"
+        "$bin" echo-client "$address" "$workload" "$seconds" 2>> "$work/timed.err" ||
+            { cat "$work/timed.err" >&2; exit 1; }
         stop_service
     done
 done
