@@ -13,10 +13,11 @@
 // integer type (by value). () is a body without members.
 #pragma once
 
-namespace {
-// Entries 4 and 7 share one stored text: entry 7 starts at its fourth character.
-constexpr char kGetTemporarilyBlackList[] = "GetTemporarilyBlackList";
-}  // namespace
+namespace iv {
+// Entries 4 and 7 share one stored text: entry 7 starts at its fourth
+// character. Inline, so that every user of the rows refers to one object.
+inline constexpr char kGetTemporarilyBlackList[] = "GetTemporarilyBlackList";
+}  // namespace iv
 
 // X(index, name, entry name, magic, stamp, magic name, (request members), (response members))
 #define IV_COMMANDS(X)                                                                         \
@@ -36,7 +37,7 @@ constexpr char kGetTemporarilyBlackList[] = "GetTemporarilyBlackList";
       "INTFVELMOR_MAGIC_MSGCMD_GETPROBEREQUESTLIST",                                           \
       (),                                                                                      \
       ((ProbeRequestList, res)))                                                               \
-    X(4, getTemporarilyBlackList, kGetTemporarilyBlackList, 0x29170612u, 1,                    \
+    X(4, getTemporarilyBlackList, iv::kGetTemporarilyBlackList, 0x29170612u, 1,                \
       "INTFVELMOR_MAGIC_MSGCMD_GETTEMPORARILYBLACKLIST",                                       \
       (),                                                                                      \
       ((MacFilterList, res)))                                                                  \
@@ -48,7 +49,7 @@ constexpr char kGetTemporarilyBlackList[] = "GetTemporarilyBlackList";
       "INTFVELMOR_MAGIC_MSGCMD_CONFIGUREQTNBACKHAULWPS",                                       \
       ((APBackHaulWPSCfg, cfg)),                                                               \
       ((uint8_t, status)))                                                                     \
-    X(7, temporarilyBlackList, kGetTemporarilyBlackList + 3, 0x20171010u, 1,                   \
+    X(7, temporarilyBlackList, iv::kGetTemporarilyBlackList + 3, 0x20171010u, 1,               \
       "INTFVELMOR_MAGIC_MSGCMD_TEMPORARILYBLACKLIST",                                          \
       ((char[18], mac), (uint32_t, value)),                                                    \
       ((uint8_t, status)))                                                                     \
