@@ -123,7 +123,13 @@ std::string memberList(const TypeDesc &d)
     return s.empty() ? "none" : s;
 }
 
-void fillRecord(const TypeDesc &d, uint8_t *base, const json &j, const std::string &path);
+void fillRecord(const TypeDesc &d, const std::string &what, uint8_t *base, const json &j,
+                const std::string &path);
+
+void fillRecord(const TypeDesc &d, uint8_t *base, const json &j, const std::string &path)
+{
+    fillRecord(d, iv::typeName(d), base, j, path);
+}
 
 void fillElement(const Field &f, uint8_t *e, const json &v, const std::string &path)
 {
@@ -135,11 +141,14 @@ void fillElement(const Field &f, uint8_t *e, const json &v, const std::string &p
 
 // The shape printed by the decoder: members by name; a counted array as
 // <name>Count and the elements that travel; a fixed table as its elements
-// (missing trailing elements are zero). Members left out are zero.
-void fillRecord(const TypeDesc &d, uint8_t *base, const json &j, const std::string &path)
+// (missing trailing elements are zero). Members left out are zero. `what`
+// names d in messages: a record type's name, or a message and its kind for a
+// body's members (the structs behind bodies are no names of the interface).
+void fillRecord(const TypeDesc &d, const std::string &what, uint8_t *base, const json &j,
+                const std::string &path)
 {
     if (!j.is_object())
-        reject(path + ": expected an object (" + iv::typeName(d) + "), got " + kindOf(j));
+        reject(path + ": expected an object (" + what + "), got " + kindOf(j));
     for (auto it = j.begin(); it != j.end(); ++it) {
         bool known = false;
         for (const Field *f = iv::fieldsOf(d), *e = f + d.count; f != e && !known; ++f)
@@ -147,7 +156,7 @@ void fillRecord(const TypeDesc &d, uint8_t *base, const json &j, const std::stri
                     ((f->form == Form::ArrayRec || f->form == Form::ArrayU32) &&
                      it.key() == std::string(ivtool::memberName(d, *f)) + "Count");
         if (!known)
-            reject(join(path, it.key()) + ": " + iv::typeName(d) + " has no such member (its members: " +
+            reject(join(path, it.key()) + ": " + what + " has no such member (its members: " +
                    memberList(d) + ")");
     }
     for (const Field *f = iv::fieldsOf(d), *e = f + d.count; f != e; ++f) {
@@ -313,7 +322,7 @@ std::vector<uint8_t> encode(const Target &t)
     std::vector<uint64_t> body(m.size[t.type] / 8 + 1, 0);
     ((iv::BodyHead *)body.data())->magic = m.magic;
     if (const TypeDesc *d = m.members[t.type])
-        fillRecord(*d, (uint8_t *)body.data(), *t.body, m.name);
+        fillRecord(*d, title(*t.msg, t.type), (uint8_t *)body.data(), *t.body, m.name);
     else if (!t.body->is_object() || !t.body->empty())
         reject(std::string(m.name) + ": the " + kindOf(*t.msg, t.type) +
                " has no members: its body is {}");
