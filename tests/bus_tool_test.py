@@ -163,7 +163,8 @@ class BusTool(unittest.TestCase):
         self.served_request()
 
     def test_a_refused_request_body_fails_before_sending(self):
-        self.assertFails(["call", "wifi", "temporarilyBlackList", '{"bogus": 1}'], 1, "bogus")
+        self.assertFails(["call", "wifi", "temporarilyBlackList", '{"bogus": 1}'], 1, "bogus",
+                         "temporarilyBlackList request has no such member")
         self.assertFails(["call", "wifi", "getCCAStatistic", '{"res": {}}'], 1, "no members")
         self.assertFails(["call", "wifi", "temporarilyBlackList", '{"value": "x"}'], 1, "value")
         self.assertFails(["call", "wifi", "getCCAStatistic", "{not json"], 1)

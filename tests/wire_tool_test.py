@@ -377,6 +377,25 @@ class MalformedJson(unittest.TestCase):
                 self.assertIn(message, err)
                 self.assertEqual(out, b"")
 
+    def test_refusals_name_a_body_by_its_message_and_kind(self):
+        # Every body: the message's name and the body's kind, never the
+        # struct behind it.
+        for m in SCHEMA["messages"]:
+            bodies = [("req", "notification")] if m["notification"] else \
+                [("req", "request"), ("res", "response")]
+            for word, kind in bodies:
+                if not m[word]:
+                    continue
+                with self.subTest(message=m["name"], type=word):
+                    args = ["-m", m["name"], "-t", word]
+                    for doc, said in (('{"zz": 1}', "has no such member"),
+                                      ("[]", "expected an object")):
+                        rc, _, err = run(["encode"] + args, doc)
+                        self.assertEqual(rc, 1)
+                        self.assertIn(f"{m['name']} {kind}", err)
+                        self.assertIn(said, err)
+                        self.assertNotRegex(err, r"iv(Req|Res|Ntfy)_")
+
     def test_limits_that_still_fit(self):
         self.assertEqual(encode(["-r", "ccaStats"], {"v3": 4294967295})[8:12], b"\xff" * 4)
         self.assertEqual(encode(["-r", "RadioDef"], {"v5": -128})[-4:], b"\xff\xff\xff\x80")

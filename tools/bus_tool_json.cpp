@@ -12,14 +12,11 @@
 
 #include "tools/wire/base.h"
 #include "tools/wire/catalogue.h"
+#include "tools/wire/encoder.h"
+#include "tools/wire/input.h"
 #include "tools/wire/json.h"
 #include "tools/wire/output.h"
 #include "tools/wire/reading.h"
-
-// The wire tool's encoder (an envelope or a body to the library's structs,
-// then to its bytes) has no header of its own: its one file is compiled
-// here, the only translation unit of this program that uses it.
-#include "tools/wire/encode.cpp"
 
 using json = nlohmann::ordered_json;
 
@@ -29,16 +26,9 @@ namespace {
 // throws its InputError or UsageError.
 std::vector<uint8_t> encodeJson(const iv::MsgDesc &m, int32_t type, const std::string &text)
 {
-    wiretool::Options o;
-    o.message = m.name;
-    o.type = type == iv::kReq ? "req" : "res";
     json j = wiretool::parseJson(text);
-    return wiretool::encode(wiretool::target(o, j));
+    return wiretool::encode(wiretool::target({m.name, wiretool::typeWord(type), ""}, j));
 }
-
-}  // namespace
-
-namespace {
 
 const wiretool::Message &messageOf(const iv::MsgDesc &m)
 {

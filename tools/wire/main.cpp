@@ -1,10 +1,14 @@
 // intfvelmor-wire: reads and writes the interface's wire bytes with the
 // library's own descriptions, readers and serializers.
 //
+// The program's own files, its commands:
 //   list.cpp      the catalogue, listed
-//   decode.cpp    bytes to values (reading.cpp: the library's readers and
-//                 the account of a refusal; output.cpp: tree and JSON)
-//   encode.cpp    JSON to values to bytes, and templates
+//   decode.cpp    bytes to values, the message recognised by its frame
+//   encode.cpp    JSON to bytes, and templates
+// The static library intfvelmor_wirejson, which intfvelmor-bus shares:
+//   reading.cpp   the library's readers and the account of a refusal
+//   output.cpp    a reading as a tree or as JSON
+//   encoder.cpp   JSON to values to bytes
 //   catalogue.cpp the messages and record types, by name
 //   input.cpp     files, hex text
 //   json.cpp      JSON read and written
