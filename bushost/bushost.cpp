@@ -152,6 +152,9 @@ struct State {
     std::unordered_map<void *, Held> held;
     std::map<std::string, Blocks> blocks;
     std::map<std::string, std::string> owners;  // well-known name -> unique name
+    // unserializeBody callback -> whether the bounded reader applies to it;
+    // emptied whenever a management goes, since its object may go with it
+    std::unordered_map<const void *, bool> boundedFor;
     tolkbus_traceFn trace = nullptr;
     void *traceArg = nullptr;
     tolkbus_failFn fail = nullptr;
@@ -393,6 +396,19 @@ const void *objectOf(const void *fn)
     return dladdr(fn, &info) ? info.dli_fbase : nullptr;
 }
 
+// Whether fn belongs to the object that offers the bounded reader. dladdr
+// costs tens of thousands of instructions, so the answer is kept per
+// callback.
+bool sameObject(const void *fn, BoundedFn bounded)
+{
+    auto it = g.boundedFor.find(fn);
+    if (it != g.boundedFor.end())
+        return it->second;
+    bool same = objectOf(fn) == objectOf(reinterpret_cast<const void *>(bounded));
+    g.boundedFor.emplace(fn, same);
+    return same;
+}
+
 // Bounded by the array's length when the entry's callback belongs to the
 // object that offers the bounded reader; hand-made blocks are read directly.
 uint32_t unserialize(const Entry &e, int32_t type, const uint8_t *buf, uint32_t len, void **out)
@@ -405,8 +421,7 @@ uint32_t unserialize(const Entry &e, int32_t type, const uint8_t *buf, uint32_t 
     if (!e.unserialize)
         return TOLKBUS_ERR_MNGT;
     uint32_t size = 0;
-    const void *fn = reinterpret_cast<const void *>(e.unserialize);
-    bool useBounded = bounded && objectOf(fn) == objectOf(reinterpret_cast<const void *>(bounded));
+    bool useBounded = bounded && sameObject(reinterpret_cast<const void *>(e.unserialize), bounded);
     // An empty array still needs an address to read from.
     static const uint8_t empty[1] = {0};
     const uint8_t *p = len ? buf : empty;
@@ -490,6 +505,7 @@ void dropMngt(uint16_t num)
         return;
     free(it->second.rec);
     g.mngts.erase(it);
+    g.boundedFor.clear();
     eraseIf(g.regs, [num](const Reg &r) { return r.mngt == num; });
 }
 
@@ -1240,6 +1256,7 @@ void tolkbus_reset(void)
     for (auto &m : g.mngts)
         free(m.second.rec);
     g.mngts.clear();
+    g.boundedFor.clear();
     for (User *u : g.users)
         delete u;
     g.users.clear();
