@@ -1274,6 +1274,7 @@ void tolkbus_reset(void)
     g.nextMngt = 1;
     g.timeoutMs = kDefaultTimeout;
     g.stopped = false;
+    g.lost = false;
     gStopAsked = 0;
 }
 
@@ -1284,7 +1285,7 @@ int tolkbus_fd(void) { return g.conn ? g.epfd : -1; }
 uint32_t tolkbus_dispatch(void)
 {
     if (!g.conn || g.stopped)
-        return TOLKBUS_STOPPED;
+        return g.lost ? TOLKBUS_LOST : TOLKBUS_STOPPED;
     epoll_event evs[16];
     int n = epoll_wait(g.epfd, evs, 16, 0);
     for (int i = 0; i < n && g.conn; ++i) {
@@ -1313,7 +1314,7 @@ uint32_t tolkbus_dispatch(void)
     if (g.lost || (g.conn && !dbus_connection_get_is_connected(g.conn))) {
         g.lost = true;
         onLost();
-        return TOLKBUS_STOPPED;
+        return TOLKBUS_LOST;
     }
     armTimer();
     return 0;
@@ -1324,8 +1325,8 @@ uint32_t tolkbus_run(void)
     if (!g.conn)
         return TOLKBUS_ERR_BUS;
     for (;;) {
-        if (tolkbus_dispatch() != 0)
-            return g.lost ? TOLKBUS_ERR_BUS : TOLKBUS_STOPPED;
+        if (uint32_t rc = tolkbus_dispatch())
+            return rc;
         epoll_event ev;
         int n = epoll_wait(g.epfd, &ev, 1, -1);
         if (n < 0 && errno != EINTR)
