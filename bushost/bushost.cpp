@@ -309,13 +309,17 @@ bool routeOf(const char *intf, const char *member, uint16_t *num, uint32_t *inde
     if (!intf || strncmp(intf, kPrefix, n) != 0 || intf[n] != '.')
         return false;
     const char *block = intf + n + 1;
-    std::string entry = entryOfMember(member);
+    if (!member)
+        return false;
+    // As entryOfMember, without building a string on every message.
+    const char *entry = member[0] == '_' && member[1] >= '0' && member[1] <= '9' ? member + 1
+                                                                                 : member;
     for (auto &m : g.mngts) {
         if (!m.second.rec->name || strcmp(m.second.rec->name, block) != 0)
             continue;
         tolkCore_mngtEntry *es = tolkCore_mngtEntries(m.second.rec);
         for (uint32_t i = 0; i < m.second.count; ++i)
-            if (es[i].name && entry == es[i].name) {
+            if (es[i].name && strcmp(entry, es[i].name) == 0) {
                 *num = m.first;
                 *index = i;
                 return true;
@@ -818,7 +822,8 @@ DBusHandlerResult onCall(DBusMessage *msg)
     Method method = *m;  // handlers may change the table
     Entry e{};
     entryOf(num, index, &e);
-    std::string from = dbus_message_get_sender(msg) ? dbus_message_get_sender(msg) : "";
+    const char *sender = dbus_message_get_sender(msg);
+    std::string from = sender ? sender : "";
     emit(TOLKBUS_TRACE_REQUEST, e, num, index, INTFVELMOR_BODY_REQ, buf, len, 0, from,
          method.user->name, false);
     void *req = nullptr;
@@ -845,7 +850,8 @@ void onSignal(DBusMessage *msg)
         g.stats.badSignatures++;
         return;
     }
-    std::string from = dbus_message_get_sender(msg) ? dbus_message_get_sender(msg) : "";
+    const char *sender = dbus_message_get_sender(msg);
+    std::string from = sender ? sender : "";
     Entry e{};
     entryOf(num, index, &e);
     std::vector<Method> targets;
