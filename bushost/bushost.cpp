@@ -152,6 +152,9 @@ struct State {
     std::unordered_map<void *, Held> held;
     std::map<std::string, Blocks> blocks;
     std::map<std::string, std::string> owners;  // well-known name -> unique name
+    // unserializeBody callback -> whether the bounded reader applies to it;
+    // emptied whenever a management goes, since its object may go with it
+    std::unordered_map<const void *, bool> boundedFor;
     tolkbus_traceFn trace = nullptr;
     void *traceArg = nullptr;
     tolkbus_failFn fail = nullptr;
@@ -306,13 +309,17 @@ bool routeOf(const char *intf, const char *member, uint16_t *num, uint32_t *inde
     if (!intf || strncmp(intf, kPrefix, n) != 0 || intf[n] != '.')
         return false;
     const char *block = intf + n + 1;
-    std::string entry = entryOfMember(member);
+    if (!member)
+        return false;
+    // As entryOfMember, without building a string on every message.
+    const char *entry = member[0] == '_' && member[1] >= '0' && member[1] <= '9' ? member + 1
+                                                                                 : member;
     for (auto &m : g.mngts) {
         if (!m.second.rec->name || strcmp(m.second.rec->name, block) != 0)
             continue;
         tolkCore_mngtEntry *es = tolkCore_mngtEntries(m.second.rec);
         for (uint32_t i = 0; i < m.second.count; ++i)
-            if (es[i].name && entry == es[i].name) {
+            if (es[i].name && strcmp(entry, es[i].name) == 0) {
                 *num = m.first;
                 *index = i;
                 return true;
@@ -393,6 +400,19 @@ const void *objectOf(const void *fn)
     return dladdr(fn, &info) ? info.dli_fbase : nullptr;
 }
 
+// Whether fn belongs to the object that offers the bounded reader. dladdr
+// costs tens of thousands of instructions, so the answer is kept per
+// callback.
+bool sameObject(const void *fn, BoundedFn bounded)
+{
+    auto it = g.boundedFor.find(fn);
+    if (it != g.boundedFor.end())
+        return it->second;
+    bool same = objectOf(fn) == objectOf(reinterpret_cast<const void *>(bounded));
+    g.boundedFor.emplace(fn, same);
+    return same;
+}
+
 // Bounded by the array's length when the entry's callback belongs to the
 // object that offers the bounded reader; hand-made blocks are read directly.
 uint32_t unserialize(const Entry &e, int32_t type, const uint8_t *buf, uint32_t len, void **out)
@@ -405,8 +425,7 @@ uint32_t unserialize(const Entry &e, int32_t type, const uint8_t *buf, uint32_t 
     if (!e.unserialize)
         return TOLKBUS_ERR_MNGT;
     uint32_t size = 0;
-    const void *fn = reinterpret_cast<const void *>(e.unserialize);
-    bool useBounded = bounded && objectOf(fn) == objectOf(reinterpret_cast<const void *>(bounded));
+    bool useBounded = bounded && sameObject(reinterpret_cast<const void *>(e.unserialize), bounded);
     // An empty array still needs an address to read from.
     static const uint8_t empty[1] = {0};
     const uint8_t *p = len ? buf : empty;
@@ -490,6 +509,7 @@ void dropMngt(uint16_t num)
         return;
     free(it->second.rec);
     g.mngts.erase(it);
+    g.boundedFor.clear();
     eraseIf(g.regs, [num](const Reg &r) { return r.mngt == num; });
 }
 
@@ -802,7 +822,8 @@ DBusHandlerResult onCall(DBusMessage *msg)
     Method method = *m;  // handlers may change the table
     Entry e{};
     entryOf(num, index, &e);
-    std::string from = dbus_message_get_sender(msg) ? dbus_message_get_sender(msg) : "";
+    const char *sender = dbus_message_get_sender(msg);
+    std::string from = sender ? sender : "";
     emit(TOLKBUS_TRACE_REQUEST, e, num, index, INTFVELMOR_BODY_REQ, buf, len, 0, from,
          method.user->name, false);
     void *req = nullptr;
@@ -829,7 +850,8 @@ void onSignal(DBusMessage *msg)
         g.stats.badSignatures++;
         return;
     }
-    std::string from = dbus_message_get_sender(msg) ? dbus_message_get_sender(msg) : "";
+    const char *sender = dbus_message_get_sender(msg);
+    std::string from = sender ? sender : "";
     Entry e{};
     entryOf(num, index, &e);
     std::vector<Method> targets;
@@ -1240,6 +1262,7 @@ void tolkbus_reset(void)
     for (auto &m : g.mngts)
         free(m.second.rec);
     g.mngts.clear();
+    g.boundedFor.clear();
     for (User *u : g.users)
         delete u;
     g.users.clear();
@@ -1257,6 +1280,7 @@ void tolkbus_reset(void)
     g.nextMngt = 1;
     g.timeoutMs = kDefaultTimeout;
     g.stopped = false;
+    g.lost = false;
     gStopAsked = 0;
 }
 
@@ -1267,7 +1291,7 @@ int tolkbus_fd(void) { return g.conn ? g.epfd : -1; }
 uint32_t tolkbus_dispatch(void)
 {
     if (!g.conn || g.stopped)
-        return TOLKBUS_STOPPED;
+        return g.lost ? TOLKBUS_LOST : TOLKBUS_STOPPED;
     epoll_event evs[16];
     int n = epoll_wait(g.epfd, evs, 16, 0);
     for (int i = 0; i < n && g.conn; ++i) {
@@ -1296,7 +1320,7 @@ uint32_t tolkbus_dispatch(void)
     if (g.lost || (g.conn && !dbus_connection_get_is_connected(g.conn))) {
         g.lost = true;
         onLost();
-        return TOLKBUS_STOPPED;
+        return TOLKBUS_LOST;
     }
     armTimer();
     return 0;
@@ -1307,8 +1331,8 @@ uint32_t tolkbus_run(void)
     if (!g.conn)
         return TOLKBUS_ERR_BUS;
     for (;;) {
-        if (tolkbus_dispatch() != 0)
-            return g.lost ? TOLKBUS_ERR_BUS : TOLKBUS_STOPPED;
+        if (uint32_t rc = tolkbus_dispatch())
+            return rc;
         epoll_event ev;
         int n = epoll_wait(g.epfd, &ev, 1, -1);
         if (n < 0 && errno != EINTR)

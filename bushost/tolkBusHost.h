@@ -109,8 +109,15 @@ extern "C" {
 #define TOLKBUS_ERR_NAME_TAKEN 0x10Cu /* another connection owns the well-known name */
 #define TOLKBUS_ERR_REPLY     0x10Du /* an answer whose signature is not "ay" */
 
-/* Returned by tolkbus_dispatch / tolkbus_run once stopped or disconnected. */
+/* Returned by tolkbus_dispatch / tolkbus_run: after a stop request
+ * (tolkbus_stop, a signal under tolkbus_stopOnSignals), or when not
+ * connected (tolkbus_dispatch only). */
 #define TOLKBUS_STOPPED 1u
+/* Returned by tolkbus_dispatch / tolkbus_run after the bus connection was
+ * lost (the daemon went away, the socket closed). Event 0 has been
+ * delivered; the code stays, through tolkbus_disconnect, until the next
+ * connect or tolkbus_reset. */
+#define TOLKBUS_LOST 2u
 
 /* ---- connection ------------------------------------------------------ */
 
@@ -136,12 +143,14 @@ void tolkbus_reset(void);
  * -1 when not connected. */
 int tolkbus_fd(void);
 /* Handles whatever is ready without blocking: bus traffic, timeouts, a
- * stop request. 0, or TOLKBUS_STOPPED once stopped or disconnected (event
- * 0 has then been delivered). */
+ * stop request. 0 while running; TOLKBUS_STOPPED after a stop request or
+ * when not connected; TOLKBUS_LOST once the connection was lost. Event 0
+ * has been delivered in both of the last two cases, unless never
+ * connected. */
 uint32_t tolkbus_dispatch(void);
 /* Dispatches until stopped or disconnected; returns TOLKBUS_STOPPED after a
- * stop request, TOLKBUS_ERR_BUS after the connection was lost, or
- * TOLKBUS_ERR_BUS at once when not connected. */
+ * stop request, TOLKBUS_LOST after the connection was lost, or
+ * TOLKBUS_ERR_BUS at once when not connected (or when waiting fails). */
 uint32_t tolkbus_run(void);
 /* Asks the loop to stop: event 0, then tolkbus_run returns. Safe in a
  * signal handler and from another thread. A stop asked before connecting

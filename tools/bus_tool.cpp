@@ -9,7 +9,6 @@
 // received by the bus host.
 #include <errno.h>
 #include <poll.h>
-#include <signal.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -265,23 +264,6 @@ void *newUser(const char *name)
     return user;
 }
 
-// SIGTERM and SIGINT stop the loop; anything else that stops it is the
-// connection lost.
-volatile sig_atomic_t gSignalled = 0;
-void onSignal(int)
-{
-    gSignalled = 1;
-    tolkbus_stop();
-}
-void stopOnSignals()
-{
-    struct sigaction sa {};
-    sa.sa_handler = onSignal;
-    sigemptyset(&sa.sa_mask);
-    sigaction(SIGTERM, &sa, nullptr);
-    sigaction(SIGINT, &sa, nullptr);
-}
-
 double now()
 {
     timespec t;
@@ -313,8 +295,11 @@ uint32_t loop(Until until, double wakeEvery, Tick tick)
         pollfd p{fd, POLLIN, 0};
         if (poll(&p, 1, ms) < 0 && errno != EINTR)
             return TOLKBUS_ERR_BUS;
-        if (tolkbus_dispatch() == TOLKBUS_STOPPED)
-            return gSignalled ? TOLKBUS_STOPPED : TOLKBUS_ERR_BUS;
+        uint32_t rc = tolkbus_dispatch();
+        if (rc == TOLKBUS_LOST)
+            return TOLKBUS_ERR_BUS;
+        if (rc != 0)
+            return rc;
     }
     return 0;
 }
@@ -416,7 +401,7 @@ int listen(const Options &o, const char *from, const std::vector<std::string> &n
             picked.push_back(iv::kNotifications[i]);
 
     connect(o);
-    stopOnSignals();
+    tolkbus_stopOnSignals();
     void *user = newUser("intfvelmor-bus");
     std::string list;
     for (const iv::MsgDesc *m : picked) {
@@ -471,7 +456,7 @@ int serve(const Options &o, const char *userName, const char *file)
     }
 
     connect(o);
-    stopOnSignals();
+    tolkbus_stopOnSignals();
     void *user = newUser(userName);
     size_t served = 0;
     for (uint32_t i = 0; i < INTFVELMOR_CMD_COUNT; ++i) {

@@ -167,7 +167,7 @@ int main(int argc, char **argv)
         }
         pollfd p{tolkbus_fd(), POLLIN, 0};
         poll(&p, 1, left > 0 ? (int)(left * 1000) + 1 : 1000);
-        if (tolkbus_dispatch() == TOLKBUS_STOPPED)
+        if (tolkbus_dispatch() != 0)  // stopped, or the bus lost
             break;
     }
 

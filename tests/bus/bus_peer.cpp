@@ -172,6 +172,7 @@ int service(const char *addr)
     printf("ready %s\n", tolkbus_uniqueName());
     uint32_t rc = tolkbus_run();
     printf("run returned 0x%x mngts=%u\n", (unsigned)rc, (unsigned)tolkbus_mngtCount());
+    printf("then dispatch 0x%x\n", (unsigned)tolkbus_dispatch());
     printStats("run");
     tolkbus_disconnect();
     printStats("end");
@@ -365,6 +366,7 @@ int clientWait()
     printf("waiting\n");
     uint32_t rc = tolkbus_run();
     printf("run returned 0x%x mngts=%u\n", (unsigned)rc, (unsigned)tolkbus_mngtCount());
+    printf("then dispatch 0x%x\n", (unsigned)tolkbus_dispatch());
     printStats("end");
     tolkbus_reset();
     return 0;
