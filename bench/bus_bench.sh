@@ -23,35 +23,18 @@ here=$(cd "$(dirname "$0")" && pwd)
 
 work=$(mktemp -d)
 pids=()
-daemon=
 stop_all() {
     local p
     for p in "${pids[@]}"; do kill "$p" 2> /dev/null || true; done
     for p in "${pids[@]}"; do wait "$p" 2> /dev/null || true; done
     pids=()
-    if [ -n "$daemon" ]; then kill "$daemon" 2> /dev/null || true; wait "$daemon" 2> /dev/null || true; fi
+    sh "$here/../tools/private_bus.sh" stop "$work" || true
     rm -rf "$work"
 }
 trap stop_all EXIT
 
-cat > "$work/bus.conf" << 'CONF'
-<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
- "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
-<busconfig>
-  <type>session</type>
-  <listen>unix:tmpdir=/tmp</listen>
-  <auth>EXTERNAL</auth>
-  <policy context="default">
-    <allow send_destination="*" eavesdrop="true"/>
-    <allow eavesdrop="true"/>
-    <allow own="*"/>
-  </policy>
-</busconfig>
-CONF
-dbus-daemon --config-file="$work/bus.conf" --nofork --print-address=1 > "$work/address" 2> /dev/null &
-daemon=$!
-for _ in $(seq 100); do [ -s "$work/address" ] && break; sleep 0.05; done
-address=$(head -n 1 "$work/address")
+address=$(sh "$here/../tools/private_bus.sh" start "$work") || exit 1
+daemon=$(cat "$work/bus.pid")
 
 # start_service NAME COMMAND...: starts a service and waits for its "ready".
 start_service() {

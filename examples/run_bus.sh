@@ -11,32 +11,18 @@ set -u
 service_prog=$1
 client_prog=$2
 
+private_bus=$(dirname "$0")/../tools/private_bus.sh
+
 dir=$(mktemp -d /tmp/ivexample-XXXXXX) || exit 1
-daemon_pid=
 service_pid=
 cleanup() {
     [ -n "$service_pid" ] && kill "$service_pid" 2> /dev/null
-    [ -n "$daemon_pid" ] && kill "$daemon_pid" 2> /dev/null
     wait
+    sh "$private_bus" stop "$dir"
     rm -rf "$dir"
 }
 trap cleanup EXIT
 trap 'exit 1' HUP INT TERM
-
-cat > "$dir/bus.conf" << 'CONF'
-<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-BUS Bus Configuration 1.0//EN"
- "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
-<busconfig>
-  <listen>unix:tmpdir=/tmp</listen>
-  <auth>EXTERNAL</auth>
-  <policy context="default">
-    <allow user="*"/>
-    <allow own="*"/>
-    <allow send_destination="*"/>
-    <allow receive_sender="*"/>
-  </policy>
-</busconfig>
-CONF
 
 # wait_for FILE PATTERN PID: up to 10 s for PATTERN in FILE while PID lives.
 wait_for() {
@@ -50,15 +36,7 @@ wait_for() {
     done
 }
 
-dbus-daemon --config-file="$dir/bus.conf" --print-address=3 --nofork --nopidfile \
-    --nosyslog 3> "$dir/address" 2> "$dir/daemon.log" &
-daemon_pid=$!
-if ! wait_for "$dir/address" unix: "$daemon_pid"; then
-    echo "dbus-daemon printed no address"
-    cat "$dir/daemon.log"
-    exit 1
-fi
-address=$(head -n 1 "$dir/address")
+address=$(sh "$private_bus" start "$dir") || exit 1
 
 "$service_prog" "$address" > "$dir/service.out" 2>&1 &
 service_pid=$!

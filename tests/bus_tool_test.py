@@ -18,19 +18,23 @@ import unittest
 TOOL, DAEMON = sys.argv[1], sys.argv[2]
 del sys.argv[1:3]
 
-CONFIG = """<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
- "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
-<busconfig>
-  <type>session</type>
-  <listen>unix:tmpdir=/tmp</listen>
-  <auth>EXTERNAL</auth>
-  <policy context="default">
-    <allow send_destination="*" eavesdrop="true"/>
-    <allow eavesdrop="true"/>
-    <allow own="*"/>
-  </policy>
-</busconfig>
-"""
+# The private daemon the shell scripts use too: started on a folder, stopped
+# by that folder.
+PRIVATE_BUS = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "tools",
+                           "private_bus.sh")
+
+
+def private_bus(command, folder):
+    """Runs private_bus.sh COMMAND FOLDER; the address for start."""
+    r = subprocess.run(["sh", PRIVATE_BUS, command, folder], capture_output=True, text=True,
+                       env=dict(os.environ, DBUS_DAEMON=DAEMON), timeout=30)
+    assert r.returncode == 0, f"private_bus.sh {command} failed: {r.stderr}"
+    return r.stdout.strip()
+
+
+def bus_pid(folder):
+    with open(os.path.join(folder, "bus.pid")) as f:
+        return int(f.read())
 
 CCA = {"res": {"v3": 1000, "v4": 412, "v5": 233, "v6": 97, "v7": 36}}
 PAIRING = {"value": 1}
@@ -59,16 +63,15 @@ def read_line(proc, stream, seconds=10):
 class BusTool(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
+        # Cleanups run last first, and also when this fails half way: the
+        # parties, then the daemon, then the folder.
         cls.dir = tempfile.TemporaryDirectory()
-        conf = os.path.join(cls.dir.name, "bus.conf")
-        with open(conf, "w") as f:
-            f.write(CONFIG)
-        cls.daemon = subprocess.Popen([DAEMON, "--config-file=" + conf, "--nofork",
-                                       "--print-address=1"], stdout=subprocess.PIPE,
-                                      stderr=subprocess.DEVNULL, text=True)
-        cls.address = cls.daemon.stdout.readline().strip()
+        cls.addClassCleanup(cls.dir.cleanup)
+        cls.address = private_bus("start", cls.dir.name)
+        cls.addClassCleanup(private_bus, "stop", cls.dir.name)
         assert cls.address, "dbus-daemon gave no address"
         cls.procs = []
+        cls.addClassCleanup(cls.stop_parties)
         canned = os.path.join(cls.dir.name, "canned.json")
         with open(canned, "w") as f:
             json.dump(CANNED, f)
@@ -87,7 +90,7 @@ class BusTool(unittest.TestCase):
         return p
 
     @classmethod
-    def tearDownClass(cls):
+    def stop_parties(cls):
         for p in cls.procs:
             p.send_signal(signal.SIGCONT)
             p.terminate()
@@ -99,10 +102,6 @@ class BusTool(unittest.TestCase):
                 p.wait()
             p.stdout.close()
             p.stderr.close()
-        cls.daemon.terminate()
-        cls.daemon.wait(5)
-        cls.daemon.stdout.close()
-        cls.dir.cleanup()
 
     def tool(self, *args, timeout=20):
         r = subprocess.run([TOOL, "--bus", self.address] + list(args), capture_output=True,
@@ -213,13 +212,12 @@ class BusTool(unittest.TestCase):
                          "getCCAStatistic")
 
     def test_listen_fails_when_the_bus_goes_and_ends_cleanly_when_stopped(self):
-        conf = os.path.join(self.dir.name, "bus.conf")
-        daemon = subprocess.Popen([DAEMON, "--config-file=" + conf, "--nofork", "--print-address=1"],
-                                  stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True)
-        address = daemon.stdout.readline().strip()
+        folder = os.path.join(self.dir.name, "second-bus")
+        os.mkdir(folder)
+        address = private_bus("start", folder)
         try:
             for stop, status in ((lambda p: p.send_signal(signal.SIGINT), 0),
-                                 (lambda p: daemon.kill(), 1)):
+                                 (lambda p: os.kill(bus_pid(folder), signal.SIGKILL), 1)):
                 p = subprocess.Popen([TOOL, "--bus", address, "listen"], stdout=subprocess.PIPE,
                                      stderr=subprocess.PIPE, text=True)
                 self.assertIn("listening", read_line(p, "err") or "")
@@ -228,9 +226,7 @@ class BusTool(unittest.TestCase):
                 p.stdout.close()
                 p.stderr.close()
         finally:
-            daemon.kill()
-            daemon.wait()
-            daemon.stdout.close()
+            private_bus("stop", folder)
 
     def test_bad_command_lines_exit_2(self):
         self.assertFails(["call", "wifi"], 2)

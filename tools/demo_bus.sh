@@ -15,18 +15,15 @@ tools=${1:?usage: demo_bus.sh TOOLS_DIR RUN_DIR [ARGS]}
 run=${2:?usage: demo_bus.sh TOOLS_DIR RUN_DIR [ARGS]}
 shift 2
 
+private_bus=$(dirname "$0")/private_bus.sh
+
 pids=()
-daemon=
 stop_all() {
     local p
     for p in "${pids[@]}"; do kill "$p" 2> /dev/null || true; done
     for p in "${pids[@]}"; do wait "$p" 2> /dev/null || true; done
     pids=()
-    if [ -n "$daemon" ]; then
-        kill "$daemon" 2> /dev/null || true
-        wait "$daemon" 2> /dev/null || true
-        daemon=
-    fi
+    [ ! -d "$run" ] || sh "$private_bus" stop "$run" || true
 }
 trap stop_all EXIT
 
@@ -35,36 +32,12 @@ mkdir -p "$run"
 "$tools/intfvelmor_demo" --quiet --bytes "$run/in-process.bytes" > "$run/in-process.log" ||
     { cat "$run/in-process.log"; echo "the in-process demo failed"; exit 1; }
 
-# A bus of its own: nothing system-wide, no root.
-cat > "$run/bus.conf" << 'CONF'
-<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
- "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
-<busconfig>
-  <type>session</type>
-  <listen>unix:tmpdir=/tmp</listen>
-  <auth>EXTERNAL</auth>
-  <policy context="default">
-    <allow send_destination="*" eavesdrop="true"/>
-    <allow eavesdrop="true"/>
-    <allow own="*"/>
-  </policy>
-</busconfig>
-CONF
 echo "The demo's exchanges across processes: the service \"wifi\", the client and the" \
      "monitor each run as a process of their own on a private dbus-daemon, each shows what" \
      "it received, and every exchange's bytes are compared with the in-process demo's."
-dbus-daemon --config-file="$run/bus.conf" --nofork --print-address=1 > "$run/bus.address" \
-    2> "$run/bus.log" &
-daemon=$!
-address=
-for _ in $(seq 100); do
-    address=$(head -n 1 "$run/bus.address")
-    [ -n "$address" ] && break
-    kill -0 "$daemon" 2> /dev/null || break
-    sleep 0.05
-done
-[ -n "$address" ] || { cat "$run/bus.log"; echo "dbus-daemon did not start"; exit 1; }
-echo "private dbus-daemon (process $daemon) at $address"
+# A bus of its own: nothing system-wide, no root.
+address=$(sh "$private_bus" start "$run") || exit 1
+echo "private dbus-daemon (process $(cat "$run/bus.pid")) at $address"
 
 # start PARTY ARGS...: starts one party and waits until it serves or listens.
 start() {
