@@ -394,6 +394,21 @@ uint32_t serialize(const Entry &e, int32_t type, void *body, uint8_t **buf, uint
     return rc;
 }
 
+// A request or notification body made into the bytes to send, then freed:
+// the host owns it from the call on, whether or not it serialized.
+uint32_t sendableBytes(const Entry &e, void *body, uint8_t **buf, uint32_t *len)
+{
+    uint32_t rc = serialize(e, INTFVELMOR_BODY_REQ, body, buf, len);
+    callFree(e.freeBody, INTFVELMOR_BODY_REQ, body);
+    return rc;
+}
+
+// The D-Bus interface of a management: the prefix and the block's name.
+std::string interfaceOf(const Mngt *m)
+{
+    return std::string(kPrefix) + "." + (m->rec->name ? m->rec->name : "");
+}
+
 const void *objectOf(const void *fn)
 {
     Dl_info info;
@@ -1675,12 +1690,9 @@ uint32_t tolkCore_sendMsgReq_toNameUser(void *coreUser, void *body, void *recvRe
 
     uint8_t *buf;
     uint32_t len;
-    rc = serialize(e, INTFVELMOR_BODY_REQ, body, &buf, &len);
-    callFree(e.freeBody, INTFVELMOR_BODY_REQ, body);
-    if (rc)
+    if ((rc = sendableBytes(e, body, &buf, &len)))
         return rc;
-    Mngt *m = findMngt(mngtNum);
-    std::string intf = std::string(kPrefix) + "." + (m->rec->name ? m->rec->name : "");
+    std::string intf = interfaceOf(findMngt(mngtNum));
     DBusMessage *msg =
         dbus_message_new_method_call(dest.c_str(), TOLKBUS_PATH, intf.c_str(), member.c_str());
     if (!msg || !appendBytes(msg, buf, len)) {
@@ -1823,12 +1835,9 @@ uint32_t tolkIntf_sendReq_ntfy(void *user, void *body, uint32_t, uint32_t, uint3
     }
     uint8_t *buf;
     uint32_t len;
-    rc = serialize(e, INTFVELMOR_BODY_REQ, body, &buf, &len);
-    callFree(e.freeBody, INTFVELMOR_BODY_REQ, body);
-    if (rc)
+    if ((rc = sendableBytes(e, body, &buf, &len)))
         return rc;
-    Mngt *m = findMngt(mngtNum);
-    std::string intf = std::string(kPrefix) + "." + (m->rec->name ? m->rec->name : "");
+    std::string intf = interfaceOf(findMngt(mngtNum));
     DBusMessage *msg = dbus_message_new_signal(TOLKBUS_PATH, intf.c_str(), member.c_str());
     rc = TOLKBUS_ERR_BUS;
     if (msg && appendBytes(msg, buf, len) && dbus_connection_send(g.conn, msg, nullptr)) {

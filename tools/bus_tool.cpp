@@ -304,6 +304,19 @@ uint32_t loop(Until until, double wakeEvery, Tick tick)
     return 0;
 }
 
+// The end of listen and serve: the user and the interface taken down, and
+// the exit status from how the loop ended.
+int leave(void *user, uint32_t end)
+{
+    intfVelmor_unregUser_msgMngt(user, INTFVELMOR_SEL_BOTH);
+    tolkbus_freeUser(user);
+    intfVelmor_delBase();
+    tolkbus_disconnect();
+    if (end == TOLKBUS_ERR_BUS)
+        die(1, "the bus connection was lost");
+    return 0;
+}
+
 // Why a call failed, in one line.
 std::string reason(uint32_t code, const char *service, const char *command, const char *detail,
                    uint32_t timeoutMs)
@@ -412,14 +425,7 @@ int listen(const Options &o, const char *from, const std::vector<std::string> &n
     }
     fprintf(stderr, "%s: listening for %s%s%s\n", gProg, list.c_str(), from ? " from " : "",
             from ? from : "");
-    uint32_t end = loop([] { return false; }, 0, [] {});
-    intfVelmor_unregUser_msgMngt(user, INTFVELMOR_SEL_BOTH);
-    tolkbus_freeUser(user);
-    intfVelmor_delBase();
-    tolkbus_disconnect();
-    if (end == TOLKBUS_ERR_BUS)
-        die(1, "the bus connection was lost");
-    return 0;
+    return leave(user, loop([] { return false; }, 0, [] {}));
 }
 
 struct Publication {
@@ -479,14 +485,7 @@ int serve(const Options &o, const char *userName, const char *file)
             kNotificationFns[p.m->index].publish(user, p.body.data());
     };
     publishAll();
-    uint32_t end = loop([] { return false; }, f.interval, publishAll);
-    intfVelmor_unregUser_msgMngt(user, INTFVELMOR_SEL_BOTH);
-    tolkbus_freeUser(user);
-    intfVelmor_delBase();
-    tolkbus_disconnect();
-    if (end == TOLKBUS_ERR_BUS)
-        die(1, "the bus connection was lost");
-    return 0;
+    return leave(user, loop([] { return false; }, f.interval, publishAll));
 }
 
 [[noreturn]] void usage(const std::string &why)
