@@ -148,6 +148,12 @@ struct Described {
     bool countAway;  // the count lies neither right before nor right after its array
 };
 
+// A member that is not a counted array: it has no count to describe.
+constexpr Described single(const Field &f, const Span &at, const char *name)
+{
+    return {f, at, {}, name, 0, 0, 0, false};
+}
+
 template <auto Member>
 constexpr Described member(size_t offset, unsigned tag, const char *name)
 {
@@ -157,14 +163,15 @@ constexpr Described member(size_t offset, unsigned tag, const char *name)
         static_assert(std::is_same_v<std::remove_extent_t<M>, char>,
                       "an array member is a text (char[N]); describe other arrays with "
                       "IV_COUNTED or IV_TABLE");
-        return {Field{Form::Text, narrow8(tag), 0, 0, narrow16(offset), narrow16(std::extent_v<M>)},
-                at, {}, name, 0, 0, 0, false};
+        return single(Field{Form::Text, narrow8(tag), 0, 0, narrow16(offset),
+                            narrow16(std::extent_v<M>)},
+                      at, name);
     } else if constexpr (std::is_class_v<M>) {
-        return {Field{Form::Record, narrow8(tag), RecordNumber<M>::value, 0, narrow16(offset), 0},
-                at, {}, name, 0, 0, 0, false};
+        return single(
+            Field{Form::Record, narrow8(tag), RecordNumber<M>::value, 0, narrow16(offset), 0}, at,
+            name);
     } else {
-        return {Field{scalarForm<M>(), narrow8(tag), 0, 0, narrow16(offset), 0}, at, {}, name, 0, 0,
-                0, false};
+        return single(Field{scalarForm<M>(), narrow8(tag), 0, 0, narrow16(offset), 0}, at, name);
     }
 }
 
@@ -218,9 +225,9 @@ constexpr Described table(size_t offset, unsigned tag, const char *name)
         static_assert(kNever<A>, "a table is an array of records: T name[N]");
         return {};
     } else {
-        return {Field{Form::Table, narrow8(tag), RecordNumber<E>::value, 0, narrow16(offset),
-                      narrow16(std::extent_v<A>)},
-                spanOf<Array>(offset, tag), {}, name, 0, 0, 0, false};
+        return single(Field{Form::Table, narrow8(tag), RecordNumber<E>::value, 0, narrow16(offset),
+                            narrow16(std::extent_v<A>)},
+                      spanOf<Array>(offset, tag), name);
     }
 }
 

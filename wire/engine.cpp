@@ -692,11 +692,9 @@ uint32_t Walk::read(const TypeDesc &d, uint8_t *rec, Cursor &at)
         default: {
             uint8_t *m = rec + s->offset;
             switch (s->op) {
-            case Op::Text:
-                if (!getText(s, m, p, end)) {
-                    k = 0;
+            case Op::Text:  // one item: readOn does not look at k for it
+                if (!getText(s, m, p, end))
                     goto itemByItem;
-                }
                 break;
             case Op::Record:
                 if (uint32_t err = getNested(s->sub(), m, c))
