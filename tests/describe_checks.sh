@@ -7,9 +7,9 @@ cxx=$1 src=$2
 out=$(mktemp)
 trap 'rm -f "$out"' EXIT
 failed=0
-# GCC names the member in the fix's function (Member = &T::m); clang only the fix.
-member=1
-"$cxx" --version | grep -qi clang && member=0
+# GCC names the member after the fix (Member = &T::m), clang in it (fix<&T::m>).
+clang=0
+"$cxx" --version | grep -qi clang && clang=1
 compile() {
   "$cxx" -std=gnu++17 -fsyntax-only -Wall -Wextra -Werror -I"$src" -I"$src/include" \
     -DMISTAKE="$1" "$src/tests/describe_mistakes.cpp" >"$out" 2>&1
@@ -20,7 +20,7 @@ expect() {  # MISTAKE fix member
   fi
   n=$(grep -c 'error:' "$out")
   pattern="$2.*Member = $3\]"
-  [ $member = 1 ] || pattern="$2"
+  [ $clang = 0 ] || pattern="$2<$3>"
   if [ "$n" != 1 ] || ! grep -E 'error:|note:' "$out" | grep -q "$pattern"; then
     echo "mistake $1: expected one error naming $2 and $3, got:"; grep 'error:' "$out"; failed=1
   fi

@@ -51,20 +51,23 @@ constexpr uint8_t narrow8(unsigned v) { return v < 0x100 ? (uint8_t)v : tagTooLa
 // walk that stops at the first mistake. The mistake is reported by calling
 // the fix's function of the struct member at fault; the functions are not
 // constexpr, so the call stops the compilation, and the compiler's message
-// names the struct, the member and the fix, for instance:
+// names the struct, the member and the fix. The fixes are function templates
+// of the member, not members of a class template, so that GCC and clang
+// both print the member:
 //
-//   error: call to non-'constexpr' function 'static void iv::Fix<Member>::
+//   error: call to non-'constexpr' function 'void iv::fix::
 //   numberTheMembersFrom3InDeclarationOrder() [with auto Member = &channelReport::channelsCount]'
-template <auto Member>
-struct Fix {
-    static void describeTheMembersInDeclarationOrder() {}
-    static void numberTheMembersFrom3InDeclarationOrder() {}
-    static void describeTheMemberDeclaredRightBeforeThisOne() {}
-    static void describeTheMembersDeclaredAfterThisOne() {}
-    static void describeTheMemberHiddenInThePaddingBeforeThisOne() {}
-    static void describeTheMemberHiddenInThePaddingAfterThisOne() {}
-    static void declareTheCountRightBeforeOrRightAfterItsArray() {}
-};
+//   note: non-constexpr function
+//   'numberTheMembersFrom3InDeclarationOrder<&channelReport::channelsCount>' cannot be used ...
+namespace fix {
+template <auto Member> void describeTheMembersInDeclarationOrder() {}
+template <auto Member> void numberTheMembersFrom3InDeclarationOrder() {}
+template <auto Member> void describeTheMemberDeclaredRightBeforeThisOne() {}
+template <auto Member> void describeTheMembersDeclaredAfterThisOne() {}
+template <auto Member> void describeTheMemberHiddenInThePaddingBeforeThisOne() {}
+template <auto Member> void describeTheMemberHiddenInThePaddingAfterThisOne() {}
+template <auto Member> void declareTheCountRightBeforeOrRightAfterItsArray() {}
+}  // namespace fix
 
 struct Fixes {
     void (*order)();
@@ -78,13 +81,13 @@ struct Fixes {
 
 template <auto Member>
 inline constexpr Fixes kFixes = {
-    &Fix<Member>::describeTheMembersInDeclarationOrder,
-    &Fix<Member>::numberTheMembersFrom3InDeclarationOrder,
-    &Fix<Member>::describeTheMemberDeclaredRightBeforeThisOne,
-    &Fix<Member>::describeTheMembersDeclaredAfterThisOne,
-    &Fix<Member>::describeTheMemberHiddenInThePaddingBeforeThisOne,
-    &Fix<Member>::describeTheMemberHiddenInThePaddingAfterThisOne,
-    &Fix<Member>::declareTheCountRightBeforeOrRightAfterItsArray,
+    &fix::describeTheMembersInDeclarationOrder<Member>,
+    &fix::numberTheMembersFrom3InDeclarationOrder<Member>,
+    &fix::describeTheMemberDeclaredRightBeforeThisOne<Member>,
+    &fix::describeTheMembersDeclaredAfterThisOne<Member>,
+    &fix::describeTheMemberHiddenInThePaddingBeforeThisOne<Member>,
+    &fix::describeTheMemberHiddenInThePaddingAfterThisOne<Member>,
+    &fix::declareTheCountRightBeforeOrRightAfterItsArray<Member>,
 };
 
 // Stops the compilation with the fix's name; never returns in a constant expression.
