@@ -535,12 +535,13 @@ int hostile(const char *addr, long servicePid)
     report("trailing", rawCallCode("GetCCAStatistic", good + Bytes(100, 0x55)));
     report("unknown-member", rawCallCode("NoSuchCommand", good));
 
-    static const char *members[] = {
-        "GetAssocDevStats", "SelectAndCreateRadio", "CreateAccessPoint",
-        "GetProbeRequestList", "GetTemporarilyBlackList", "ConfigureAccessPoint",
-        "ConfigureQTNBackHaulWPS", "TemporarilyBlackList", "_11vActionFrame",
-        "GetStationsStatistics", "BeaconRequest", "SetBeaconIETUK",
-        "GetChannelCreated", "GetCCAStatistic"};
+    // The commands' member names, as the bus host maps their entry names.
+    std::vector<std::string> members;
+    for (const MsgInfo &m : kCmds) {
+        char name[64];
+        if (tolkbus_memberName(m.entry, name, sizeof name) == 0)
+            members.push_back(name);
+    }
     std::mt19937 rng(12345);
     auto randomRound = [&](unsigned count, unsigned *refused, unsigned *answered,
                            unsigned *other) {
@@ -553,7 +554,7 @@ int hostile(const char *addr, long servicePid)
                 Bytes f = frame(0x29190165, 0);
                 std::copy(f.begin(), f.end(), b.begin());
             }
-            Outcome o = rawCallCode(members[rng() % 14], b);
+            Outcome o = rawCallCode(members[rng() % members.size()].c_str(), b);
             if (o.kind == TOLKBUS_ERROR_CODE && o.code != 0)
                 ++*refused;
             else if (o.kind == "return")

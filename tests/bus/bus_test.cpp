@@ -21,6 +21,7 @@
 
 #include <gtest/gtest.h>
 
+#include "messages_kit.h"
 #include "tolkBusHost.h"
 
 namespace {
@@ -325,9 +326,12 @@ TEST_F(Bus, EveryCommandAndNotificationCrossesWithTheReferenceHostsBytes)
     int rc;
     std::string cli = run("client", {"all"}, &rc);
     EXPECT_EQ(0, rc) << cli;
-    EXPECT_EQ(14u, count(cli, "answered ")) << cli;
+    // Every case of the test kit: a command's once, a notification's as often as it has cases.
+    const size_t commands = ivtest::commands().size();
+    const size_t notifications = ivtest::notifications().size();
+    EXPECT_EQ(commands, count(cli, "answered ")) << cli;
     EXPECT_EQ(0u, count(cli, "MISMATCH")) << cli;
-    EXPECT_EQ(4u, count(cli, "notified ")) << cli;
+    EXPECT_EQ(notifications, count(cli, "notified ")) << cli;
     EXPECT_TRUE(contains(cli, "stats end bodies=0 contexts=0 pending=0")) << cli;
 
     // The same exchange on the reference host, in one process.
@@ -340,11 +344,11 @@ TEST_F(Bus, EveryCommandAndNotificationCrossesWithTheReferenceHostsBytes)
     ASSERT_EQ(0, pclose(f));
     Lines expected = splitLines(ref);
     std::sort(expected.begin(), expected.end());
-    ASSERT_EQ(32u, expected.size());  // 14 requests, 14 responses, 4 notifications
+    ASSERT_EQ(2 * commands + notifications, expected.size());  // requests, responses, notifications
 
     EXPECT_EQ(expected, crossed(cli, {"out REQUEST", "in RESPONSE", "in NOTIFICATION"}));
 
-    // Introspection from a standard tool: 14 methods and 3 signals, all "ay".
+    // Introspection from a standard tool: a method a command, a signal a notification, all "ay".
     std::string cmd = "dbus-send --bus=" + address +
                       " --print-reply --dest=org.intfvelmor.wifi /org/intfvelmor/IntfVelmor"
                       " org.freedesktop.DBus.Introspectable.Introspect";
@@ -354,8 +358,8 @@ TEST_F(Bus, EveryCommandAndNotificationCrossesWithTheReferenceHostsBytes)
     for (size_t n; (n = fread(buf, 1, sizeof buf, f)) > 0;)
         xml.append(buf, n);
     EXPECT_EQ(0, pclose(f));
-    EXPECT_EQ(15u, count(xml, "<method name=")) << xml;  // with Introspect itself
-    EXPECT_EQ(3u, count(xml, "<signal name=")) << xml;
+    EXPECT_EQ(INTFVELMOR_CMD_COUNT + 1u, count(xml, "<method name=")) << xml;  // and Introspect
+    EXPECT_EQ((size_t)INTFVELMOR_NTFY_COUNT, count(xml, "<signal name=")) << xml;
     EXPECT_TRUE(contains(xml, "<method name=\"_11vActionFrame\">")) << xml;
     EXPECT_TRUE(contains(xml, "<interface name=\"org.intfvelmor.IntfVelmorCmd\">")) << xml;
     EXPECT_TRUE(contains(xml, "<signal name=\"BeaconReport\"><arg name=\"body\" type=\"ay\"/>"))
@@ -378,8 +382,9 @@ TEST_F(Bus, EveryCommandAndNotificationCrossesWithTheReferenceHostsBytes)
     srv.signal(SIGTERM);
     EXPECT_EQ(0, srv.wait(10000));
     std::string s = srv.output();
-    // The 14, getCCAStatistic for the foreign subscriber, getChannelCreated, getCCAStatistic.
-    EXPECT_EQ(14u + 3u, count(s, "handled ")) << s;
+    // Every command, then getCCAStatistic for the foreign subscriber, getChannelCreated and
+    // getCCAStatistic.
+    EXPECT_EQ(commands + 3u, count(s, "handled ")) << s;
     EXPECT_EQ(0u, count(s, "MISMATCH")) << s;
     EXPECT_TRUE(contains(s, "handled getChannelCreated ok needres=1")) << s;
     EXPECT_TRUE(contains(s, "handled getCCAStatistic ok needres=0")) << s;
