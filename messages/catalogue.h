@@ -1,5 +1,5 @@
-// The fourteen commands and three notifications of the interface, one row
-// each, in the index order of their descriptor blocks.
+// The commands and notifications of the interface, one row each, in the
+// index order of their descriptor blocks.
 //
 // A row is the only place where a message is written down. Its bodies
 // (messages/bodies.h), their descriptions and typed exports

@@ -1,4 +1,4 @@
-// The fourteen commands: one description per command over the shared frame,
+// The commands: one description per command over the shared frame,
 // and the exported functions as thin typed wrappers around it.
 #include "base/log.h"
 #include "messages/bodies.h"

@@ -1,4 +1,4 @@
-// The three notifications, on the command frame with one body type.
+// The notifications, on the command frame with one body type.
 #include "base/log.h"
 #include "messages/bodies.h"
 #include "messages/catalogue.h"

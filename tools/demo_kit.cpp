@@ -7,6 +7,8 @@
 #include <stdlib.h>
 #include <string.h>
 
+#include <type_traits>
+
 #include "intfVelmor.h"
 #include "messages/bodies.h"
 #include "messages/catalogue.h"
@@ -203,7 +205,19 @@ void stationInfo(assocDevListRet &r, const assocDevListReq &q)
 
 // ---- the client's requests: one request() per command whose request has members -------
 
+// A request without members has nothing to fill; one with members has its
+// own request() below, and the compiler asks for it when it is missing.
 template <class Req>
+constexpr unsigned kRequestMembers = 0;
+#define IV_ONE_MORE(i, T, name) +1
+#define IV_REQUEST_MEMBERS(idx, X, entryName, magic, stamp, magicName, req, res) \
+    template <>                                                                  \
+    constexpr unsigned kRequestMembers<ivReq_##X> = 0 IV_EACH(IV_ONE_MORE, req);
+IV_COMMANDS(IV_REQUEST_MEMBERS)
+#undef IV_REQUEST_MEMBERS
+#undef IV_ONE_MORE
+
+template <class Req, std::enable_if_t<kRequestMembers<Req> == 0, int> = 0>
 void request(Req &)
 {
 }

@@ -415,6 +415,15 @@ def readme_counts(text, nrec, ncmd, nntfy):
         (r"client\s+sends\s+all\s+(\w+)\s+commands", ncmd),
         (r"publishes\s+the\s+(\w+)\s+notifications", nntfy),
         (r"and the (\d+) record\s+types\.", nrec),
+        # The demo: two crossings a command (request, response), two a
+        # notification (one to each subscriber); the service's share.
+        (r"closes with `(\d+) exchanges,", 2 * (ncmd + nntfy)),
+        (r"closes with `\d+ exchanges, (\d+)\s+delivered", 2 * (ncmd + nntfy)),
+        (r"share \(`(\d+) exchanges, \d+ delivered", ncmd),
+        (r"share \(`\d+ exchanges, (\d+) delivered", ncmd),
+        (r"(?m)^(\d+) exchanges across processes", 2 * (ncmd + nntfy)),
+        (r"across processes, (\d+) byte-identical", 2 * (ncmd + nntfy)),
+        (r"in-process demo \((\d+) there\)", 2 * (ncmd + nntfy)),
     ])
 
 
