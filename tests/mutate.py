@@ -6,7 +6,8 @@
 Takes a snapshot of the given revision into build-mutate/src, configures a
 plain -O0 build there (ccache when present), then for each drawn fault:
 plants it, rebuilds, runs ctest (-j2, per-test timeout) and restores the
-file. Faults that do not compile are skipped and the next one drawn takes
+file. Faults that do not compile (or whose build does not end within
+--build-timeout) are skipped and the next one drawn takes
 their place, so the sample holds --count faults that build.
 
 Sites: every flipped comparison, + for - (and back), && for || (and back),
@@ -25,6 +26,7 @@ import os
 import random
 import re
 import shutil
+import signal
 import subprocess
 import sys
 import time
@@ -106,9 +108,18 @@ def key(src, site):
     return f"{rel}|{text}" + (f"#{nth + 1}" if nth else "") + f"|{col}|{old}->{new}"
 
 
-def run(cmd, cwd):
-    return subprocess.run(cmd, cwd=cwd, stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
-                          text=True)
+def run(cmd, cwd, timeout=None):
+    """The command's output; on timeout, its whole process group is killed
+    (a fault can make a tool that the build runs loop) and None returned."""
+    p = subprocess.Popen(cmd, cwd=cwd, stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
+                         text=True, start_new_session=True)
+    try:
+        out, _ = p.communicate(timeout=timeout)
+    except subprocess.TimeoutExpired:
+        os.killpg(p.pid, signal.SIGKILL)
+        p.communicate()
+        return None
+    return subprocess.CompletedProcess(cmd, p.returncode, out)
 
 
 def snapshot(rev, work):
@@ -119,9 +130,13 @@ def snapshot(rev, work):
     return src
 
 
-def build_failures(build):
-    """Targets that fail to build (the build goes on past them)."""
-    return set(re.findall(r"^FAILED: (\S+)", run(["ninja", "-j2", "-k", "0"], build).stdout, re.M))
+def build_failures(build, timeout=None):
+    """Targets that fail to build (the build goes on past them); a build that
+    does not end in time counts as one failure."""
+    r = run(["ninja", "-j2", "-k", "0"], build, timeout)
+    if r is None:
+        return {"(build timed out)"}
+    return set(re.findall(r"^FAILED: (\S+)", r.stdout, re.M))
 
 
 def ctest(build, timeout, skip):
@@ -137,6 +152,7 @@ def main():
     ap.add_argument("--seed", type=int, default=13)
     ap.add_argument("--count", type=int, default=40)
     ap.add_argument("--timeout", type=int, default=120, help="per test, seconds")
+    ap.add_argument("--build-timeout", type=int, default=900, help="per rebuild, seconds")
     ap.add_argument("--work", default=os.path.join(ROOT, "build-mutate"))
     ap.add_argument("--list", action="store_true", help="print the drawn sites only")
     args = ap.parse_args()
@@ -188,7 +204,7 @@ def main():
             with open(path, "w") as fh:
                 fh.write("\n".join(lines))
             started = time.time()
-            if build_failures(build) - broken:
+            if build_failures(build, args.build_timeout) - broken:
                 skipped.append(k)
                 continue
             tried += 1
