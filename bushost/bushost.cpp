@@ -43,9 +43,10 @@ using hostcore::RecvResFn;
 using hostcore::User;
 using hostcore::eraseIf;
 
-static_assert(TOLKBUS_ERR_NO_SERVER == hostcore::kErrNoServer && TOLKBUS_ERR_MNGT == hostcore::kErrMngt &&
-                  TOLKBUS_ERR_USER == hostcore::kErrUser && TOLKBUS_ERR_CTX == hostcore::kErrCtx &&
-                  TOLKBUS_ERR_STATE == hostcore::kErrState && TOLKBUS_ERR_ARG == hostcore::kErrArg,
+static_assert(TOLKBUS_ERR_NO_SERVER == hostcore::kErrNoServer &&
+                  TOLKBUS_ERR_MNGT == hostcore::kErrMngt && TOLKBUS_ERR_USER == hostcore::kErrUser &&
+                  TOLKBUS_ERR_CTX == hostcore::kErrCtx && TOLKBUS_ERR_STATE == hostcore::kErrState &&
+                  TOLKBUS_ERR_ARG == hostcore::kErrArg,
               "the core's codes are this host's");
 
 constexpr uint32_t kDefaultTimeout = 25000;
@@ -1324,7 +1325,7 @@ uint32_t tolkCore_sendMsgReq_toNameUser(void *coreUser, void *body, void *recvRe
     if (rc) {
         // The body is ours even now.
         g.callFree(known ? e.freeBody : orphanFree(false, nullptr, index), INTFVELMOR_BODY_REQ,
-                 body);
+                   body);
         return rc;
     }
 
@@ -1470,7 +1471,7 @@ uint32_t tolkIntf_sendReq_ntfy(void *user, void *body, uint32_t, uint32_t, uint3
         rc = ownName(u);
     if (rc) {
         g.callFree(known ? e.freeBody : orphanFree(true, intfName, index), INTFVELMOR_BODY_REQ,
-                 body);
+                   body);
         return rc;
     }
     uint8_t *buf;

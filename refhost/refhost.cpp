@@ -28,9 +28,10 @@ using hostcore::RecvResFn;
 using hostcore::User;
 using hostcore::kNoMngt;
 
-static_assert(REFHOST_ERR_NO_SERVER == hostcore::kErrNoServer && REFHOST_ERR_MNGT == hostcore::kErrMngt &&
-                  REFHOST_ERR_USER == hostcore::kErrUser && REFHOST_ERR_CTX == hostcore::kErrCtx &&
-                  REFHOST_ERR_STATE == hostcore::kErrState && REFHOST_ERR_ARG == hostcore::kErrArg,
+static_assert(REFHOST_ERR_NO_SERVER == hostcore::kErrNoServer &&
+                  REFHOST_ERR_MNGT == hostcore::kErrMngt && REFHOST_ERR_USER == hostcore::kErrUser &&
+                  REFHOST_ERR_CTX == hostcore::kErrCtx && REFHOST_ERR_STATE == hostcore::kErrState &&
+                  REFHOST_ERR_ARG == hostcore::kErrArg,
               "the core's codes are this host's");
 
 // In one process the client's response is delivered on the server's own
