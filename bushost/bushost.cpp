@@ -1322,16 +1322,11 @@ uint32_t tolkCore_sendMsgReq_toNameUser(void *coreUser, void *body, void *recvRe
         rc = TOLKBUS_ERR_NAME;
     } else if (!g.conn || g.stopped)
         rc = TOLKBUS_ERR_BUS;
-    if (rc) {
-        // The body is ours even now.
-        g.callFree(known ? e.freeBody : orphanFree(false, nullptr, index), INTFVELMOR_BODY_REQ,
-                   body);
-        return rc;
-    }
-
     uint8_t *buf;
     uint32_t len;
-    if ((rc = g.sendableBytes(e, body, &buf, &len)))
+    rc = g.takeBody(rc, e, known ? e.freeBody : orphanFree(false, nullptr, index), body, &buf,
+                    &len);
+    if (rc)
         return rc;
     std::string intf = interfaceOf(g.findMngt(mngtNum));
     DBusMessage *msg =
@@ -1469,14 +1464,11 @@ uint32_t tolkIntf_sendReq_ntfy(void *user, void *body, uint32_t, uint32_t, uint3
         rc = TOLKBUS_ERR_BUS;
     else
         rc = ownName(u);
-    if (rc) {
-        g.callFree(known ? e.freeBody : orphanFree(true, intfName, index), INTFVELMOR_BODY_REQ,
-                   body);
-        return rc;
-    }
     uint8_t *buf;
     uint32_t len;
-    if ((rc = g.sendableBytes(e, body, &buf, &len)))
+    rc = g.takeBody(rc, e, known ? e.freeBody : orphanFree(true, intfName, index), body, &buf,
+                    &len);
+    if (rc)
         return rc;
     std::string intf = interfaceOf(g.findMngt(mngtNum));
     DBusMessage *msg = dbus_message_new_signal(TOLKBUS_PATH, intf.c_str(), member.c_str());

@@ -285,10 +285,13 @@ uint32_t Core::serialize(const Entry &e, int32_t type, void *body, uint8_t **buf
     return rc;
 }
 
-uint32_t Core::sendableBytes(const Entry &e, void *body, uint8_t **buf, uint32_t *len)
+uint32_t Core::takeBody(uint32_t refusal, const Entry &e, intfVelmor_freeBodyFn freeBody,
+                        void *body, uint8_t **buf, uint32_t *len)
 {
-    uint32_t rc = serialize(e, INTFVELMOR_BODY_REQ, body, buf, len);
-    callFree(e.freeBody, INTFVELMOR_BODY_REQ, body);
+    *buf = nullptr;
+    *len = 0;
+    uint32_t rc = refusal ? refusal : serialize(e, INTFVELMOR_BODY_REQ, body, buf, len);
+    callFree(freeBody, INTFVELMOR_BODY_REQ, body);
     return rc;
 }
 

@@ -235,9 +235,12 @@ struct Core {
     void release(void *body, intfVelmor_freeBodyFn fn, int32_t type);
     void releaseIfHeld(void *body);
     uint32_t serialize(const Entry &e, int32_t type, void *body, uint8_t **buf, uint32_t *len);
-    // A request or notification body made into the bytes to send, then
-    // freed: the host owns it from the call on, whether or not it serialized.
-    uint32_t sendableBytes(const Entry &e, void *body, uint8_t **buf, uint32_t *len);
+    // A request or notification body handed to the host with a call, which
+    // owns it from then on: made into the bytes to send unless the call is
+    // already refused (refusal, returned as it is), then freed either way
+    // with freeBody (the entry's, or a stand-in for an unknown management).
+    uint32_t takeBody(uint32_t refusal, const Entry &e, intfVelmor_freeBodyFn freeBody,
+                      void *body, uint8_t **buf, uint32_t *len);
     // A new body from len bytes at buf, held until it is released.
     uint32_t unserialize(const Entry &e, int32_t type, const uint8_t *buf, uint32_t len,
                          void **out);

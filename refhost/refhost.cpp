@@ -352,16 +352,11 @@ uint32_t tolkCore_sendMsgReq_toNameUser(void *coreUser, void *body, void *recvRe
         rc = REFHOST_ERR_MNGT;
     if (rc == 0 && !g.findUser(coreUser))
         rc = REFHOST_ERR_USER;
-    if (rc) {
-        // The body is ours even now.
-        g.callFree(known ? e.freeBody : orphanFree(srvName, nullptr, index), INTFVELMOR_BODY_REQ,
-                   body);
-        return rc;
-    }
-
     uint8_t *buf;
     uint32_t len;
-    if ((rc = g.sendableBytes(e, body, &buf, &len)))
+    rc = g.takeBody(rc, e, known ? e.freeBody : orphanFree(srvName, nullptr, index), body, &buf,
+                    &len);
+    if (rc)
         return rc;
 
     const Method *srv = nullptr;
@@ -479,15 +474,11 @@ uint32_t tolkIntf_sendReq_ntfy(void *user, void *body, uint32_t z1, uint32_t z2,
         rc = REFHOST_ERR_MNGT;
     if (rc == 0 && !g.findUser(user))
         rc = REFHOST_ERR_USER;
-    if (rc) {
-        g.callFree(known ? e.freeBody : orphanFree(nullptr, intfName, index), INTFVELMOR_BODY_REQ,
-                   body);
-        return rc;
-    }
-
     uint8_t *buf;
     uint32_t len;
-    if ((rc = g.sendableBytes(e, body, &buf, &len)))
+    rc = g.takeBody(rc, e, known ? e.freeBody : orphanFree(nullptr, intfName, index), body, &buf,
+                    &len);
+    if (rc)
         return rc;
 
     // Routed by management number and entry index: magics are shared.
