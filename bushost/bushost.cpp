@@ -14,11 +14,11 @@
 
 #include "tolkBusHost.h"
 
+#include "host_core.h"
 #include "intfVelmor.h"
 #include "tolkHost.h"
 
 #include <dbus/dbus.h>
-#include <dlfcn.h>
 #include <errno.h>
 #include <fcntl.h>
 #include <signal.h>
@@ -33,77 +33,35 @@
 #include <cstring>
 #include <map>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
 namespace {
 
-using BoundedFn = uint32_t (*)(intfVelmor_unserializeBodyFn entryFn, int32_t type,
-                               const uint8_t *bytes, const uint8_t *end, void **outBody,
-                               uint32_t *outSize);
-using RecvResFn = void (*)(uint32_t ignored, void *ctx, void *body);
+using hostcore::Entry;
+using hostcore::Method;
+using hostcore::RecvResFn;
+using hostcore::User;
+using hostcore::eraseIf;
 
-constexpr uint16_t kNoMngt = 0xFFFF;
-constexpr uint32_t kMaxEntries = 0x10000;
+static_assert(TOLKBUS_ERR_NO_SERVER == hostcore::kErrNoServer &&
+                  TOLKBUS_ERR_MNGT == hostcore::kErrMngt && TOLKBUS_ERR_USER == hostcore::kErrUser &&
+                  TOLKBUS_ERR_CTX == hostcore::kErrCtx && TOLKBUS_ERR_STATE == hostcore::kErrState &&
+                  TOLKBUS_ERR_ARG == hostcore::kErrArg,
+              "the core's codes are this host's");
+
 constexpr uint32_t kDefaultTimeout = 25000;
 constexpr size_t kMaxBusName = 255;
 const char kPrefix[] = TOLKBUS_PREFIX;
 const char kNoMethodError[] = TOLKBUS_PREFIX ".Error.NoMethod";
 
-struct User {
-    std::string name;
-    bool ownsName = false;
-};
-
-struct Reg {
-    User *user;
-    uint16_t mngt;
-};
-
-// A command that a user serves, or a notification it subscribed to.
-struct Method {
-    User *user;
-    const intfVelmor_entry *entries;  // the block's entries (recv handlers)
-    const char *blockName;
-    const uint16_t *blockMngt;        // the block's current management number
-    uint32_t index;
-    void *handler;
-    uint32_t ref;
-    std::string intf;
-    std::string sender;  // subscriptions: the publisher's well-known name, or ""
-    std::string rule;    // subscriptions: the match rule installed for it
-};
-
-struct Blocks {
-    const intfVelmor_cmdBlock *cmd;
-    const intfVelmor_ntfyBlock *ntfy;
-};
-
-struct Mngt {
-    tolkCore_mngt *rec;
-    uint32_t count;
-};
-
-// One entry's body callbacks, copied so that a context outlives its management.
-struct Entry {
-    const char *name;
-    intfVelmor_freeBodyFn freeBody;
-    intfVelmor_serializeBodyFn serialize;
-    intfVelmor_unserializeBodyFn unserialize;
-};
-
-// Receiving side of a request or notification.
-struct Ctx {
-    tolkCore_msgCtx head;  // &head is the context the library sees
-    Entry entry;
-    uint16_t mngt;
-    uint32_t index;
-    bool needRes;
-    DBusMessage *call;  // the method call to answer, or null
-    void *reqBody;
-    std::string client, server;
-    bool inRecv;
-    bool ended;
+// Receiving side of a request or notification: the method call it answers.
+struct Ctx : hostcore::Ctx {
+    DBusMessage *call = nullptr;  // the method call to answer, or null
+    ~Ctx() override
+    {
+        if (call)
+            dbus_message_unref(call);
+    }
 };
 
 // Sending side of a request that waits for its answer.
@@ -119,17 +77,12 @@ struct Pending {
     bool inRecvRes;
 };
 
-struct Held {
-    int32_t type;
-    intfVelmor_freeBodyFn freeBody;
-};
-
 struct Timeout {
     DBusTimeout *t;
     uint64_t deadline;
 };
 
-struct State {
+struct State : hostcore::Core {
     // connection and loop
     DBusConnection *conn = nullptr;
     int epfd = -1;
@@ -139,28 +92,15 @@ struct State {
     bool lost = false;      // the connection went away under us
     bool stopped = false;   // event 0 delivered for a stop or a loss
     uint32_t timeoutMs = kDefaultTimeout;
-    // core
-    std::vector<std::pair<tick_evtFn, void *>> evts;
-    std::map<uint16_t, Mngt> mngts;
-    std::vector<User *> users;
-    std::vector<Reg> regs;
-    std::vector<Method> methods;
-    std::vector<Method> subs;
-    std::vector<tolkbus_fn> tokens;
-    std::vector<Ctx *> ctxs;
+    // calls and names
     std::vector<Pending *> pending;
-    std::unordered_map<void *, Held> held;
-    std::map<std::string, Blocks> blocks;
+    std::vector<const User *> named;  // users that own their well-known name
     std::map<std::string, std::string> owners;  // well-known name -> unique name
-    // unserializeBody callback -> whether the bounded reader applies to it;
-    // emptied whenever a management goes, since its object may go with it
-    std::unordered_map<const void *, bool> boundedFor;
     tolkbus_traceFn trace = nullptr;
     void *traceArg = nullptr;
     tolkbus_failFn fail = nullptr;
     void *failArg = nullptr;
-    tolkbus_statsInfo stats = {};
-    uint16_t nextMngt = 1;
+    tolkbus_statsInfo stats = {};  // the bus's own counters; the core keeps the others
 };
 
 State g;
@@ -262,45 +202,7 @@ void logName(const char *what, const char *name)
            what, name ? name : "(null)", TOLKBUS_ERR_NAME);
 }
 
-/* ---- core bookkeeping ------------------------------------------------------ */
-
-User *findUser(const void *p)
-{
-    for (User *u : g.users)
-        if (u == p)
-            return u;
-    return nullptr;
-}
-
-const char *nameOf(const void *p)
-{
-    const User *u = findUser(p);
-    return u ? u->name.c_str() : "";
-}
-
-Mngt *findMngt(uint32_t num)
-{
-    auto it = g.mngts.find(static_cast<uint16_t>(num));
-    return (num <= 0xFFFF && it != g.mngts.end()) ? &it->second : nullptr;
-}
-
-uint16_t mngtOf(const uint16_t *blockMngt)
-{
-    return __atomic_load_n(blockMngt, __ATOMIC_RELAXED);
-}
-
-bool entryOf(uint32_t mngt, uint32_t index, Entry *out)
-{
-    Mngt *m = findMngt(mngt);
-    if (!m || index >= m->count)
-        return false;
-    const tolkCore_mngtEntry &e = tolkCore_mngtEntries(m->rec)[index];
-    out->name = e.name;
-    out->freeBody = reinterpret_cast<intfVelmor_freeBodyFn>(e.freeBody);
-    out->serialize = reinterpret_cast<intfVelmor_serializeBodyFn>(e.serializeBody);
-    out->unserialize = reinterpret_cast<intfVelmor_unserializeBodyFn>(e.unserializeBody);
-    return true;
-}
+/* ---- bookkeeping on top of the core ---------------------------------------- */
 
 // This process's management and entry for an interface and member name.
 bool routeOf(const char *intf, const char *member, uint16_t *num, uint32_t *index)
@@ -328,131 +230,51 @@ bool routeOf(const char *intf, const char *member, uint16_t *num, uint32_t *inde
     return false;
 }
 
-void callFree(intfVelmor_freeBodyFn fn, int32_t type, void *body)
-{
-    if (!fn || !body)
-        return;
-    g.stats.bodiesFreed++;
-    fn(type, body);
-}
-
-void release(void *body, intfVelmor_freeBodyFn fn, int32_t type)
-{
-    auto it = g.held.find(body);
-    if (it == g.held.end()) {
-        callFree(fn, type, body);
-        return;
-    }
-    Held h = it->second;
-    g.held.erase(it);
-    for (Ctx *c : g.ctxs)
-        if (c->reqBody == body)
-            c->reqBody = nullptr;
-    callFree(h.freeBody, h.type, body);
-}
-
-void releaseIfHeld(void *body)
-{
-    if (body && g.held.count(body))
-        release(body, nullptr, 0);
-}
-
-void noteBlocks(const char *intf, const void *cmd, const void *ntfy)
-{
-    if (intf && cmd && ntfy)
-        g.blocks[intf] = Blocks{static_cast<const intfVelmor_cmdBlock *>(cmd),
-                                static_cast<const intfVelmor_ntfyBlock *>(ntfy)};
-}
-
 // A freeBody for a body sent with a management number the host does not
 // know: the same entry of the one interface whose blocks the host was shown.
 intfVelmor_freeBodyFn orphanFree(bool ntfy, const char *intf, uint32_t index)
 {
-    const Blocks *b = nullptr;
-    if (intf && g.blocks.count(intf))
-        b = &g.blocks[intf];
-    else if (!intf && g.blocks.size() == 1)
+    const hostcore::Blocks *b = nullptr;
+    if (intf)
+        b = g.blocksOf(intf);
+    else if (g.blocks.size() == 1)
         b = &g.blocks.begin()->second;
-    if (!b)
-        return nullptr;
-    if (ntfy)
-        return index < b->ntfy->entryCount ? b->ntfy->entries[index].freeBody : nullptr;
-    return index < b->cmd->entryCount ? b->cmd->entries[index].freeBody : nullptr;
-}
-
-uint32_t serialize(const Entry &e, int32_t type, void *body, uint8_t **buf, uint32_t *len)
-{
-    *buf = nullptr;
-    *len = 0;
-    if (!e.serialize)
-        return TOLKBUS_ERR_MNGT;
-    uint32_t rc = e.serialize(type, body, buf, len);
-    if (rc == 0 && !*buf)
-        return TOLKBUS_ERR_ARG;
-    if (rc == 0)
-        g.stats.serialized++;
-    return rc;
-}
-
-// A request or notification body made into the bytes to send, then freed:
-// the host owns it from the call on, whether or not it serialized.
-uint32_t sendableBytes(const Entry &e, void *body, uint8_t **buf, uint32_t *len)
-{
-    uint32_t rc = serialize(e, INTFVELMOR_BODY_REQ, body, buf, len);
-    callFree(e.freeBody, INTFVELMOR_BODY_REQ, body);
-    return rc;
+    return b ? hostcore::Core::blockFree(*b, ntfy, index) : nullptr;
 }
 
 // The D-Bus interface of a management: the prefix and the block's name.
-std::string interfaceOf(const Mngt *m)
+std::string interfaceOf(const hostcore::Mngt *m)
 {
     return std::string(kPrefix) + "." + (m->rec->name ? m->rec->name : "");
 }
 
-const void *objectOf(const void *fn)
+// The match rule that brings a subscription its signals: the block's
+// interface and the entry's member, from the named publisher only when
+// there is one.
+std::string matchRule(const char *blockName, const std::string &member,
+                      const std::string &publisher)
 {
-    Dl_info info;
-    return dladdr(fn, &info) ? info.dli_fbase : nullptr;
+    std::string rule = std::string("type='signal',path='" TOLKBUS_PATH "',interface='") +
+                       kPrefix + "." + blockName + "',member='" + member + "'";
+    if (!publisher.empty())
+        rule += ",sender='" + publisher + "'";
+    return rule;
 }
 
-// Whether fn belongs to the object that offers the bounded reader. dladdr
-// costs tens of thousands of instructions, so the answer is kept per
-// callback.
-bool sameObject(const void *fn, BoundedFn bounded)
+// The rule a subscription was installed with (its names were checked then).
+std::string ruleOf(const Method &s)
 {
-    auto it = g.boundedFor.find(fn);
-    if (it != g.boundedFor.end())
-        return it->second;
-    bool same = objectOf(fn) == objectOf(reinterpret_cast<const void *>(bounded));
-    g.boundedFor.emplace(fn, same);
-    return same;
+    std::string member;
+    memberOf(s.entries[s.index].name, member);
+    return matchRule(s.blockName, member, s.publisher);
 }
 
-// Bounded by the array's length when the entry's callback belongs to the
-// object that offers the bounded reader; hand-made blocks are read directly.
+// The "ay" bytes of a message into a new body; an empty array still needs
+// an address to read from.
 uint32_t unserialize(const Entry &e, int32_t type, const uint8_t *buf, uint32_t len, void **out)
 {
-    static BoundedFn bounded = nullptr;
-    if (!bounded)
-        bounded = reinterpret_cast<BoundedFn>(
-            dlsym(RTLD_DEFAULT, "intfVelmor_unserializeBodyBounded"));
-    *out = nullptr;
-    if (!e.unserialize)
-        return TOLKBUS_ERR_MNGT;
-    uint32_t size = 0;
-    bool useBounded = bounded && sameObject(reinterpret_cast<const void *>(e.unserialize), bounded);
-    // An empty array still needs an address to read from.
     static const uint8_t empty[1] = {0};
-    const uint8_t *p = len ? buf : empty;
-    uint32_t rc = useBounded ? bounded(e.unserialize, type, p, p + len, out, &size)
-                             : e.unserialize(type, p, out, &size);
-    if (rc != 0)
-        return rc;
-    if (!*out)
-        return TOLKBUS_ERR_ARG;
-    g.stats.unserialized++;
-    g.held[*out] = Held{type, e.freeBody};
-    return 0;
+    return g.unserialize(e, type, len ? buf : empty, len, out);
 }
 
 void emit(tolkbus_traceKind kind, const Entry &e, uint16_t mngt, uint32_t index, int32_t type,
@@ -461,28 +283,13 @@ void emit(tolkbus_traceKind kind, const Entry &e, uint16_t mngt, uint32_t index,
 {
     if (!g.trace)
         return;
-    tolkbus_traceEvent ev;
-    ev.kind = kind;
-    ev.entryName = e.name;
-    ev.mngtNum = mngt;
-    ev.index = index;
-    ev.bodyType = type;
-    ev.bytes = bytes;
-    ev.length = len;
-    ev.code = code;
-    ev.sender = from.c_str();
-    ev.receiver = to.c_str();
+    auto ev = hostcore::traceEvent<tolkbus_traceEvent>(kind, e, mngt, index, type, bytes, len,
+                                                       code, from, to);
     ev.outgoing = outgoing ? 1 : 0;
     g.trace(g.traceArg, &ev);
 }
 
-Ctx *liveCtx(const void *p)
-{
-    for (Ctx *c : g.ctxs)
-        if (&c->head == p)
-            return c;
-    return nullptr;
-}
+Ctx *liveCtx(const void *p) { return static_cast<Ctx *>(g.liveCtx(p)); }
 
 Pending *livePending(const void *p)
 {
@@ -490,54 +297,6 @@ Pending *livePending(const void *p)
         if (&c->head == p)
             return c;
     return nullptr;
-}
-
-template <typename T, typename Pred>
-void eraseIf(std::vector<T> &v, Pred p)
-{
-    for (size_t i = v.size(); i-- > 0;)
-        if (p(v[i]))
-            v.erase(v.begin() + static_cast<std::ptrdiff_t>(i));
-}
-
-void destroyCtx(Ctx *c)
-{
-    eraseIf(g.ctxs, [c](const Ctx *x) { return x == c; });
-    if (c->reqBody)
-        release(c->reqBody, c->entry.freeBody, INTFVELMOR_BODY_REQ);
-    if (c->call)
-        dbus_message_unref(c->call);
-    delete c;
-}
-
-void endCtx(Ctx *c)
-{
-    c->ended = true;
-    if (!c->inRecv)
-        destroyCtx(c);
-}
-
-void dropMngt(uint16_t num)
-{
-    auto it = g.mngts.find(num);
-    if (it == g.mngts.end())
-        return;
-    free(it->second.rec);
-    g.mngts.erase(it);
-    g.boundedFor.clear();
-    eraseIf(g.regs, [num](const Reg &r) { return r.mngt == num; });
-}
-
-void putMethod(std::vector<Method> &list, const Method &m)
-{
-    for (Method &old : list)
-        if (old.user == m.user && old.entries == m.entries && old.index == m.index) {
-            if (g.conn && !old.rule.empty() && old.rule != m.rule)
-                dbus_bus_remove_match(g.conn, old.rule.c_str(), nullptr);
-            old = m;
-            return;
-        }
-    list.push_back(m);
 }
 
 /* ---- bus primitives ------------------------------------------------------- */
@@ -552,9 +311,17 @@ uint32_t codeOfDBusError(const char *name)
 }
 
 // The user's well-known name, requested from the daemon the first time.
+bool ownsName(const User *u)
+{
+    for (const User *n : g.named)
+        if (n == u)
+            return true;
+    return false;
+}
+
 uint32_t ownName(User *u)
 {
-    if (u->ownsName)
+    if (ownsName(u))
         return 0;
     std::string name;
     if (!wellKnown(u->name.c_str(), name)) {
@@ -578,16 +345,16 @@ uint32_t ownName(User *u)
                TOLKBUS_ERR_NAME_TAKEN);
         return TOLKBUS_ERR_NAME_TAKEN;
     }
-    u->ownsName = true;
+    g.named.push_back(u);
     return 0;
 }
 
 void releaseName(User *u)
 {
     std::string name;
-    if (u->ownsName && g.conn && wellKnown(u->name.c_str(), name))
+    if (ownsName(u) && g.conn && wellKnown(u->name.c_str(), name))
         dbus_bus_release_name(g.conn, name.c_str(), nullptr);
-    u->ownsName = false;
+    eraseIf(g.named, [u](const User *n) { return n == u; });
 }
 
 bool appendBytes(DBusMessage *msg, const uint8_t *buf, uint32_t len)
@@ -738,10 +505,10 @@ void onReply(DBusPendingCall *call, void *data)
         return;
     }
     p->inRecvRes = true;
-    g.stats.deliveries++;
+    g.counts.deliveries++;
     p->recvRes(0, &p->head, res);
     p->inRecvRes = false;
-    releaseIfHeld(res);
+    g.releaseIfHeld(res);
     dropPending(p);
 }
 
@@ -764,7 +531,7 @@ const Method *serving(const char *dest, uint16_t num, uint32_t index)
 {
     const Method *any = nullptr;
     for (const Method &m : g.methods) {
-        if (m.index != index || mngtOf(m.blockMngt) != num)
+        if (m.index != index || hostcore::mngtOf(m.blockMngt) != num)
             continue;
         std::string name;
         if (dest && wellKnown(m.user->name.c_str(), name) && name == dest)
@@ -782,33 +549,9 @@ Ctx *newCtx(const Entry &e, uint16_t num, uint32_t index, void *body, DBusMessag
             const std::string &from, const std::string &to)
 {
     Ctx *c = new Ctx();
-    c->head.cbRes = nullptr;
-    c->head.ref = 0;
-    c->entry = e;
-    c->mngt = num;
-    c->index = index;
-    c->needRes = call && !dbus_message_get_no_reply(call);
     c->call = call ? dbus_message_ref(call) : nullptr;
-    c->reqBody = body;
-    c->client = from;
-    c->server = to;
-    g.ctxs.push_back(c);
+    g.openCtx(c, e, num, index, call && !dbus_message_get_no_reply(call), body, from, to);
     return c;
-}
-
-void deliver(Ctx *c, intfVelmor_recvFn recv, void *handler, uint32_t ref)
-{
-    c->inRecv = true;
-    if (recv) {
-        g.stats.deliveries++;
-        recv(&c->head, c->reqBody, handler, ref);
-    } else {
-        c->ended = true;
-    }
-    c->inRecv = false;
-    // A deferred answer keeps the context; otherwise it is over now.
-    if (c->ended || !c->needRes)
-        destroyCtx(c);
 }
 
 DBusHandlerResult onCall(DBusMessage *msg)
@@ -836,7 +579,7 @@ DBusHandlerResult onCall(DBusMessage *msg)
     }
     Method method = *m;  // handlers may change the table
     Entry e{};
-    entryOf(num, index, &e);
+    g.entryOf(num, index, &e);
     const char *sender = dbus_message_get_sender(msg);
     std::string from = sender ? sender : "";
     emit(TOLKBUS_TRACE_REQUEST, e, num, index, INTFVELMOR_BODY_REQ, buf, len, 0, from,
@@ -849,7 +592,7 @@ DBusHandlerResult onCall(DBusMessage *msg)
         return DBUS_HANDLER_RESULT_HANDLED;
     }
     Ctx *c = newCtx(e, num, index, req, msg, from, method.user->name);
-    deliver(c, method.entries[index].recv, method.handler, method.ref);
+    g.deliver(c, method.entries[index].recv, method.handler, method.ref);
     return DBUS_HANDLER_RESULT_HANDLED;
 }
 
@@ -868,13 +611,13 @@ void onSignal(DBusMessage *msg)
     const char *sender = dbus_message_get_sender(msg);
     std::string from = sender ? sender : "";
     Entry e{};
-    entryOf(num, index, &e);
+    g.entryOf(num, index, &e);
     std::vector<Method> targets;
     for (const Method &s : g.subs) {
-        if (s.index != index || mngtOf(s.blockMngt) != num)
+        if (s.index != index || hostcore::mngtOf(s.blockMngt) != num)
             continue;
-        if (!s.sender.empty()) {
-            auto it = g.owners.find(s.sender);
+        if (!s.publisher.empty()) {
+            auto it = g.owners.find(s.publisher);
             if (it == g.owners.end() || it->second != from)
                 continue;
         }
@@ -889,7 +632,7 @@ void onSignal(DBusMessage *msg)
             continue;
         }
         Ctx *c = newCtx(e, num, index, nb, nullptr, from, t.user->name);
-        deliver(c, t.entries[index].recv, t.handler, t.ref);
+        g.deliver(c, t.entries[index].recv, t.handler, t.ref);
     }
 }
 
@@ -1116,10 +859,7 @@ void dropConnectionState()
 {
     while (!g.pending.empty())
         failPending(g.pending.back(), TOLKBUS_ERR_BUS, DBUS_ERROR_DISCONNECTED);
-    while (!g.ctxs.empty())
-        destroyCtx(g.ctxs.back());
-    while (!g.held.empty())
-        release(g.held.begin()->first, nullptr, 0);
+    g.endExchanges();
 }
 
 void closeConnection()
@@ -1143,8 +883,7 @@ void closeConnection()
         close(g.timerfd);
     g.epfd = g.timerfd = -1;
     g.owners.clear();
-    for (User *u : g.users)
-        u->ownsName = false;
+    g.named.clear();
 }
 
 void onLost()
@@ -1274,25 +1013,12 @@ void tolkbus_disconnect(void) { closeConnection(); }
 void tolkbus_reset(void)
 {
     closeConnection();
-    for (auto &m : g.mngts)
-        free(m.second.rec);
-    g.mngts.clear();
-    g.boundedFor.clear();
-    for (User *u : g.users)
-        delete u;
-    g.users.clear();
-    g.regs.clear();
-    g.methods.clear();
-    g.subs.clear();
-    g.blocks.clear();
-    g.evts.clear();
-    g.tokens.clear();
+    g.forget();
     g.trace = nullptr;
     g.traceArg = nullptr;
     g.fail = nullptr;
     g.failArg = nullptr;
     g.stats = tolkbus_statsInfo{};
-    g.nextMngt = 1;
     g.timeoutMs = kDefaultTimeout;
     g.stopped = false;
     g.lost = false;
@@ -1380,22 +1106,11 @@ uint32_t tolkbus_stopOnSignals(void)
     return 0;
 }
 
-void tolkbus_deliverEvent(int32_t event)
-{
-    auto evts = g.evts;  // a callback may add more
-    for (auto &e : evts)
-        e.first(e.second, event);
-}
+void tolkbus_deliverEvent(int32_t event) { g.deliverEvent(event); }
 
 void tolkbus_setCallTimeout(uint32_t ms) { g.timeoutMs = ms ? ms : kDefaultTimeout; }
 
-uint32_t tick_addEvtBase(tick_evtFn cb, void *ctx)
-{
-    if (!cb)
-        return TOLKBUS_ERR_ARG;
-    g.evts.emplace_back(cb, ctx);
-    return 0;
-}
+uint32_t tick_addEvtBase(tick_evtFn cb, void *ctx) { return g.addEvent(cb, ctx); }
 
 /* ---- names, users, tokens ----------------------------------------------------------- */
 
@@ -1425,47 +1140,23 @@ uint32_t tolkbus_entryName(const char *memberName, char *out, size_t size)
     return copyOut(entry, out, size);
 }
 
-void *tolkbus_newUser(const char *userName)
-{
-    User *u = new User();
-    u->name = userName ? userName : "";
-    g.users.push_back(u);
-    return u;
-}
+void *tolkbus_newUser(const char *userName) { return g.newUser(userName); }
 
 void tolkbus_freeUser(void *user)
 {
-    User *u = findUser(user);
+    User *u = g.findUser(user);
     if (!u)
         return;
     releaseName(u);
     for (const Method &s : g.subs)
-        if (s.user == u && g.conn && !s.rule.empty())
-            dbus_bus_remove_match(g.conn, s.rule.c_str(), nullptr);
-    eraseIf(g.regs, [u](const Reg &r) { return r.user == u; });
-    eraseIf(g.methods, [u](const Method &m) { return m.user == u; });
-    eraseIf(g.subs, [u](const Method &m) { return m.user == u; });
-    eraseIf(g.users, [u](const User *n) { return n == u; });
-    delete u;
+        if (s.user == u && g.conn)
+            dbus_bus_remove_match(g.conn, ruleOf(s).c_str(), nullptr);
+    g.dropUser(u);
 }
 
-uint32_t tolkbus_token(tolkbus_fn fn)
-{
-    if (!fn)
-        return 0;
-    for (size_t i = 0; i < g.tokens.size(); i++)
-        if (g.tokens[i] == fn)
-            return static_cast<uint32_t>(i + 1);
-    g.tokens.push_back(fn);
-    return static_cast<uint32_t>(g.tokens.size());
-}
+uint32_t tolkbus_token(tolkbus_fn fn) { return g.token(fn); }
 
-tolkbus_fn tolkbus_fromToken(uint32_t token)
-{
-    if (token == 0 || token > g.tokens.size())
-        return nullptr;
-    return g.tokens[token - 1];
-}
+tolkbus_fn tolkbus_fromToken(uint32_t token) { return g.fromToken(token); }
 
 /* ---- hooks and counters ------------------------------------------------------------- */
 
@@ -1484,9 +1175,8 @@ void tolkbus_setTrace(tolkbus_traceFn fn, void *arg)
 tolkbus_statsInfo tolkbus_stats(void)
 {
     tolkbus_statsInfo s = g.stats;
-    s.contextsOpen = static_cast<uint32_t>(g.ctxs.size());
+    g.countInto(s);
     s.pendingCalls = static_cast<uint32_t>(g.pending.size());
-    s.bodiesHeld = static_cast<uint32_t>(g.held.size());
     return s;
 }
 
@@ -1494,82 +1184,32 @@ uint32_t tolkbus_mngtCount(void) { return static_cast<uint32_t>(g.mngts.size());
 
 /* ---- managements -------------------------------------------------------------------- */
 
-uint16_t tolkCore_getBase_msgMngt(const char *name, tolkCore_mngt **record, uint32_t count)
+uint16_t tolkCore_getBase_msgMngt(const char *, tolkCore_mngt **record, uint32_t count)
 {
-    (void)name;
-    if (!record || count > kMaxEntries)
-        return kNoMngt;
-    uint16_t num = 0;
-    for (uint32_t tries = 0; tries < kNoMngt - 1 && !num; ++tries) {
-        uint16_t n = g.nextMngt;
-        g.nextMngt = static_cast<uint16_t>(n + 1 < kNoMngt ? n + 1 : 1);
-        if (!g.mngts.count(n))
-            num = n;
-    }
-    if (!num)
-        return kNoMngt;
-    void *mem = calloc(1, sizeof(tolkCore_mngt) + size_t{count} * sizeof(tolkCore_mngtEntry));
-    if (!mem)
-        return kNoMngt;
-    auto *rec = static_cast<tolkCore_mngt *>(mem);
-    rec->core = num;
-    g.mngts[num] = Mngt{rec, count};
-    *record = rec;
-    return num;
+    return g.handOutMngt(record, count, false);
 }
 
-uint32_t tolkCore_putBase_msgMngt(uint16_t mngtNum, uint32_t zero)
-{
-    (void)zero;
-    if (!findMngt(mngtNum))
-        return TOLKBUS_ERR_MNGT;
-    dropMngt(mngtNum);  // returned by its owner: no unreg callback
-    return 0;
-}
+// Returned by its owner: no unreg callback.
+uint32_t tolkCore_putBase_msgMngt(uint16_t mngtNum, uint32_t) { return g.returnMngt(mngtNum); }
 
-uint32_t tolkIntf_regUser_msgMngt(void *user, uint32_t, void *, uint32_t mngtNum, uint32_t,
-                                  uint32_t)
+uint32_t tolkIntf_regUser_msgMngt(void *user, uint32_t word, void *ref, uint32_t mngtNum,
+                                  uint32_t, uint32_t)
 {
-    User *u = findUser(user);
-    if (!u)
-        return TOLKBUS_ERR_USER;
-    if (!findMngt(mngtNum))
-        return TOLKBUS_ERR_MNGT;
-    for (const Reg &r : g.regs)
-        if (r.user == u && r.mngt == mngtNum)
-            return 0;
-    g.regs.push_back(Reg{u, static_cast<uint16_t>(mngtNum)});
-    return 0;
+    return g.registerUser(user, mngtNum, word, ref);
 }
 
 uint32_t tolkIntf_unregUser_msgMngt(void *user, uint32_t mngtNum, uint32_t, uint32_t)
 {
-    User *u = findUser(user);
-    if (!u)
-        return TOLKBUS_ERR_USER;
-    if (!findMngt(mngtNum))
-        return TOLKBUS_ERR_MNGT;
-    for (size_t i = 0; i < g.regs.size(); i++)
-        if (g.regs[i].user == u && g.regs[i].mngt == mngtNum) {
-            g.regs.erase(g.regs.begin() + static_cast<std::ptrdiff_t>(i));
-            return 0;
-        }
-    return TOLKBUS_ERR_USER;
+    return g.unregisterUser(user, mngtNum);
 }
 
 void *tolkIntf_findSrvMthdNtfyUser(int32_t a, uint32_t, const char *intfName, uint32_t c,
                                    uint32_t)
 {
-    const std::vector<Method> *list = a == 0 ? &g.methods : a == 1 ? &g.subs : nullptr;
-    if (!list)
-        return nullptr;
-    for (const Method &m : *list)
-        if (m.index == c && (!intfName || m.intf == intfName))
-            return m.user;
-    return nullptr;
+    return g.userFor(a, intfName, c);
 }
 
-void *tolkIntf_getCore_user(void *user) { return findUser(user); }
+void *tolkIntf_getCore_user(void *user) { return g.findUser(user); }
 
 /* ---- methods and subscriptions -------------------------------------------------------- */
 
@@ -1577,7 +1217,7 @@ uint32_t tolkIntf_modSrv_mthd(void *user, uint32_t word1, uint32_t word2, uint32
                               uint32_t, const char *intfName, void *cmdBlock, void *ntfyBlock,
                               uint32_t index, uint32_t, uint32_t)
 {
-    User *u = findUser(user);
+    User *u = g.findUser(user);
     if (!u)
         return TOLKBUS_ERR_USER;
     auto *b = static_cast<const intfVelmor_cmdBlock *>(cmdBlock);
@@ -1590,11 +1230,10 @@ uint32_t tolkIntf_modSrv_mthd(void *user, uint32_t word1, uint32_t word2, uint32
     }
     if (uint32_t rc = ownName(u))
         return rc;
-    noteBlocks(intfName, cmdBlock, ntfyBlock);
-    Method m{u, b->entries, b->name, &b->mngtNum, index,
-             reinterpret_cast<void *>(tolkbus_fromToken(word1)), word2,
-             intfName ? intfName : "", "", ""};
-    putMethod(g.methods, m);
+    g.noteBlocks(intfName, cmdBlock, ntfyBlock);
+    g.putMethod(g.methods, Method{u, b->entries, b->name, &b->mngtNum, index,
+                                  reinterpret_cast<void *>(g.fromToken(word1)), word2,
+                                  intfName ? intfName : "", ""});
     return 0;
 }
 
@@ -1603,7 +1242,7 @@ uint32_t tolkIntf_modCliNtfyUser_mthd(void *user, uint32_t word1, uint32_t word2
                                       const char *intfName, void *cmdBlock, void *ntfyBlock,
                                       uint32_t index)
 {
-    User *u = findUser(user);
+    User *u = g.findUser(user);
     if (!u)
         return TOLKBUS_ERR_USER;
     auto *b = static_cast<const intfVelmor_ntfyBlock *>(ntfyBlock);
@@ -1620,13 +1259,10 @@ uint32_t tolkIntf_modCliNtfyUser_mthd(void *user, uint32_t word1, uint32_t word2
     }
     if (!g.conn)
         return TOLKBUS_ERR_BUS;
-    std::string rule = std::string("type='signal',path='" TOLKBUS_PATH "',interface='") +
-                       kPrefix + "." + b->name + "',member='" + member + "'";
-    if (!sender.empty())
-        rule += ",sender='" + sender + "'";
+    std::string rule = matchRule(b->name, member, sender);
     bool have = false;
     for (const Method &s : g.subs)
-        have = have || s.rule == rule;
+        have = have || ruleOf(s) == rule;
     if (!have) {
         DBusError err;
         dbus_error_init(&err);
@@ -1640,11 +1276,19 @@ uint32_t tolkIntf_modCliNtfyUser_mthd(void *user, uint32_t word1, uint32_t word2
     }
     if (!sender.empty())
         watchOwner(sender);
-    noteBlocks(intfName, cmdBlock, ntfyBlock);
-    Method m{u, b->entries, b->name, &b->mngtNum, index,
-             reinterpret_cast<void *>(tolkbus_fromToken(word1)), word2,
-             intfName ? intfName : "", sender, rule};
-    putMethod(g.subs, m);
+    g.noteBlocks(intfName, cmdBlock, ntfyBlock);
+    Method old;
+    if (g.putMethod(g.subs,
+                    Method{u, b->entries, b->name, &b->mngtNum, index,
+                           reinterpret_cast<void *>(g.fromToken(word1)), word2,
+                           intfName ? intfName : "", sender},
+                    &old) &&
+        g.conn) {
+        // Replaced: the old rule goes unless the new one is the same.
+        std::string was = ruleOf(old);
+        if (was != rule)
+            dbus_bus_remove_match(g.conn, was.c_str(), nullptr);
+    }
     return 0;
 }
 
@@ -1652,11 +1296,8 @@ uint32_t tolkIntf_modSrv_ntfy_needUpdate(void *user, uint32_t, uint32_t, uint32_
                                          const char *intfName, void *cmdBlock, void *ntfyBlock,
                                          uint32_t)
 {
-    if (!findUser(user))
-        return TOLKBUS_ERR_USER;
-    noteBlocks(intfName, cmdBlock, ntfyBlock);
-    g.stats.needUpdates++;  // recorded only: every subscriber gets every notification
-    return 0;
+    // Counted only: every subscriber gets every notification.
+    return g.noteNeedUpdate(user, intfName, cmdBlock, ntfyBlock);
 }
 
 /* ---- requests and responses -------------------------------------------------------------- */
@@ -1666,12 +1307,12 @@ uint32_t tolkCore_sendMsgReq_toNameUser(void *coreUser, void *body, void *recvRe
                                         uint32_t mngtNum, uint32_t index, uint32_t, uint32_t)
 {
     Entry e{};
-    bool known = entryOf(mngtNum, index, &e);
+    bool known = g.entryOf(mngtNum, index, &e);
     std::string dest, member;
     uint32_t rc = 0;
     if (!known)
         rc = TOLKBUS_ERR_MNGT;
-    else if (!findUser(coreUser))
+    else if (!g.findUser(coreUser))
         rc = TOLKBUS_ERR_USER;
     else if (!wellKnown(srvName, dest)) {
         logName("service name", srvName);
@@ -1681,18 +1322,13 @@ uint32_t tolkCore_sendMsgReq_toNameUser(void *coreUser, void *body, void *recvRe
         rc = TOLKBUS_ERR_NAME;
     } else if (!g.conn || g.stopped)
         rc = TOLKBUS_ERR_BUS;
-    if (rc) {
-        // The body is ours even now.
-        callFree(known ? e.freeBody : orphanFree(false, nullptr, index), INTFVELMOR_BODY_REQ,
-                 body);
-        return rc;
-    }
-
     uint8_t *buf;
     uint32_t len;
-    if ((rc = sendableBytes(e, body, &buf, &len)))
+    rc = g.takeBody(rc, e, known ? e.freeBody : orphanFree(false, nullptr, index), body, &buf,
+                    &len);
+    if (rc)
         return rc;
-    std::string intf = interfaceOf(findMngt(mngtNum));
+    std::string intf = interfaceOf(g.findMngt(mngtNum));
     DBusMessage *msg =
         dbus_message_new_method_call(dest.c_str(), TOLKBUS_PATH, intf.c_str(), member.c_str());
     if (!msg || !appendBytes(msg, buf, len)) {
@@ -1702,7 +1338,7 @@ uint32_t tolkCore_sendMsgReq_toNameUser(void *coreUser, void *body, void *recvRe
         return TOLKBUS_ERR_BUS;
     }
     uint16_t num = static_cast<uint16_t>(mngtNum);
-    std::string from = nameOf(coreUser);
+    std::string from = g.nameOf(coreUser);
     emit(TOLKBUS_TRACE_REQUEST, e, num, index, INTFVELMOR_BODY_REQ, buf, len, 0, from,
          srvName, true);
     free(buf);
@@ -1755,41 +1391,41 @@ uint32_t tolkCore_sendMsgRes(void *ctx, void *body, uint32_t code, uint32_t)
     if (p && p->inRecvRes) {
         // The client answering the response it is being given (code 20 when
         // it has no callback): nothing goes back on the bus.
-        release(body, p->entry.freeBody, resType);
+        g.release(body, p->entry.freeBody, resType);
         if (code == 0)
             return TOLKBUS_ERR_STATE;
-        g.stats.codeResponses++;
+        g.counts.codeResponses++;
         emit(TOLKBUS_TRACE_CODE, p->entry, p->mngt, p->index, -1, nullptr, 0, code, p->client,
              p->server, false);
         return 0;
     }
     Ctx *c = liveCtx(ctx);
     if (!c) {
-        releaseIfHeld(body);
+        g.releaseIfHeld(body);
         return TOLKBUS_ERR_CTX;
     }
     if (c->ended || (code == 0 && !c->needRes)) {
-        release(body, c->entry.freeBody, resType);
+        g.release(body, c->entry.freeBody, resType);
         if (!c->ended)
-            endCtx(c);
+            g.endCtx(c);
         return TOLKBUS_ERR_STATE;
     }
     if (code != 0) {
-        release(body, c->entry.freeBody, resType);
-        g.stats.codeResponses++;
+        g.release(body, c->entry.freeBody, resType);
+        g.counts.codeResponses++;
         emit(TOLKBUS_TRACE_CODE, c->entry, c->mngt, c->index, -1, nullptr, 0, code, c->server,
              c->client, true);
         if (c->needRes && c->call)
             sendCode(c->call, code);
-        endCtx(c);
+        g.endCtx(c);
         return 0;
     }
     uint8_t *buf;
     uint32_t len;
-    uint32_t rc = serialize(c->entry, resType, body, &buf, &len);
-    release(body, c->entry.freeBody, resType);
+    uint32_t rc = g.serialize(c->entry, resType, body, &buf, &len);
+    g.release(body, c->entry.freeBody, resType);
     if (rc) {
-        endCtx(c);
+        g.endCtx(c);
         return rc;
     }
     rc = TOLKBUS_ERR_BUS;
@@ -1802,7 +1438,7 @@ uint32_t tolkCore_sendMsgRes(void *ctx, void *body, uint32_t code, uint32_t)
     if (r)
         dbus_message_unref(r);
     free(buf);
-    endCtx(c);
+    g.endCtx(c);
     return rc;
 }
 
@@ -1813,8 +1449,8 @@ uint32_t tolkIntf_sendReq_ntfy(void *user, void *body, uint32_t, uint32_t, uint3
                                uint32_t, uint32_t, uint32_t)
 {
     Entry e{};
-    bool known = entryOf(mngtNum, index, &e);
-    User *u = findUser(user);
+    bool known = g.entryOf(mngtNum, index, &e);
+    User *u = g.findUser(user);
     std::string member;
     uint32_t rc = 0;
     if (!known)
@@ -1828,16 +1464,13 @@ uint32_t tolkIntf_sendReq_ntfy(void *user, void *body, uint32_t, uint32_t, uint3
         rc = TOLKBUS_ERR_BUS;
     else
         rc = ownName(u);
-    if (rc) {
-        callFree(known ? e.freeBody : orphanFree(true, intfName, index), INTFVELMOR_BODY_REQ,
-                 body);
-        return rc;
-    }
     uint8_t *buf;
     uint32_t len;
-    if ((rc = sendableBytes(e, body, &buf, &len)))
+    rc = g.takeBody(rc, e, known ? e.freeBody : orphanFree(true, intfName, index), body, &buf,
+                    &len);
+    if (rc)
         return rc;
-    std::string intf = interfaceOf(findMngt(mngtNum));
+    std::string intf = interfaceOf(g.findMngt(mngtNum));
     DBusMessage *msg = dbus_message_new_signal(TOLKBUS_PATH, intf.c_str(), member.c_str());
     rc = TOLKBUS_ERR_BUS;
     if (msg && appendBytes(msg, buf, len) && dbus_connection_send(g.conn, msg, nullptr)) {
