@@ -48,7 +48,9 @@ build_lib() {  # arch -> prints the library's path
         { cat "$dir/configure.log" >&2; echo "abi: configure of $dir failed" >&2; return 1; }
     cmake --build "$dir" -j "$(nproc)" --target IntfVelmor > "$dir/build.log" 2>&1 ||
         { tail -n 40 "$dir/build.log" >&2; echo "abi: build in $dir failed" >&2; return 1; }
-    echo "$dir/libIntfVelmor.so.1"
+    # The development link: the build points it at the library it just
+    # linked, whatever its soname, past any older one left in the folder.
+    echo "$dir/libIntfVelmor.so"
 }
 
 # The dump: public-header types only, no file locations, and the source

@@ -1,5 +1,5 @@
 #!/bin/sh
-# Flash footprint of libIntfVelmor.so.1 on every target: builds the library
+# Flash footprint of libIntfVelmor on every target: builds the library
 # alone, strips a copy, and prints its size by section group, the part that
 # the export surface fixes, and every section.
 #
@@ -52,7 +52,7 @@ echo "$targets" | while IFS=: read -r name tc strip; do
   command -v "$strip" >/dev/null || { printf '%-7s (no %s)\n' "$name" "$strip"; continue; }
   mkdir -p "$out/$type"
   build "$name" "$tc"
-  lib=$(readlink -f "$out/$type/$name/libIntfVelmor.so.1")
+  lib=$(readlink -f "$out/$type/$name/libIntfVelmor.so")
   "$strip" -o "$out/$type/$name.so" "$lib"
   size=$(wc -c <"$out/$type/$name.so")
   exports=$(readelf --dyn-syms -W "$out/$type/$name.so" |

@@ -46,6 +46,15 @@ done
 want_nodes=$(grep '^export ' "$baseline" | awk '{print $2}' | sort -u | tr '\n' ' ')
 nodes=$(readelf -V "$lib" | sed -n 's/.*Flags: none.*Name: \([^ ]*\).*/\1/p' | sort -u | tr '\n' ' ')
 [ "$nodes" = "$want_nodes" ] || fail "version nodes are '$nodes', not the baseline's '$want_nodes'"
+# A new soname starts the nodes over at its own major: libIntfVelmor.so.2
+# exports in INTFVELMOR_2.0 and the nodes that inherit it.
+major=${soname##*.}
+for n in $nodes; do
+  case "$n" in
+    INTFVELMOR_"$major".*) ;;
+    *) fail "version node $n is not of the soname's major (INTFVELMOR_$major.N); $see" ;;
+  esac
+done
 defined=$(nm -D --defined-only "$lib" | awk '{print $3}' | grep -v -E '^INTFVELMOR_[0-9.]+$' || true)
 foreign=$(echo "$defined" | grep -v '^intfVelmor_' || true)
 [ -z "$foreign" ] || fail "exports outside intfVelmor_: $foreign"

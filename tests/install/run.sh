@@ -2,9 +2,14 @@
 # Installs a build into a scratch prefix, checks what landed there, then
 # builds the consumer beside this script against the installed tree, once
 # through the CMake packages and once through pkg-config, and runs both.
-#   run.sh BUILD_DIR WORK_DIR C_COMPILER GENERATOR
+#   run.sh BUILD_DIR WORK_DIR C_COMPILER GENERATOR VERSION \
+#          LIB_FILE LIB_SONAME HOST_FILE HOST_SONAME
+# VERSION is the library's; the file names are the ones the build gave the
+# library and the reference host (libIntfVelmor.so.1.0.0 and
+# libIntfVelmor.so.1, say), each of which versions on its own.
 set -eu
-build=$1 work=$2 cc=$3 generator=$4
+build=$1 work=$2 cc=$3 generator=$4 version=$5
+lib_file=$6 lib_soname=$7 host_file=$8 host_soname=$9
 here=$(cd "$(dirname "$0")" && pwd)
 source_dir=$(cd "$here/../.." && pwd)
 prefix=$work/prefix
@@ -15,19 +20,20 @@ mkdir -p "$work"
 cmake --install "$build" --prefix "$prefix" > "$work/install.log"
 
 fail() { echo "install: $*"; exit 1; }
-for f in lib/libIntfVelmor.so.1.0.0 include/intfVelmor.h include/intfVelmor/records.h \
+for f in "lib/$lib_file" include/intfVelmor.h include/intfVelmor/records.h \
          include/intfVelmor/messages.h include/intfVelmor/radio.h include/intfVelmor/config.h \
          include/intfVelmor/station.h lib/pkgconfig/intfvelmor.pc \
          lib/cmake/IntfVelmor/IntfVelmorConfig.cmake \
          lib/cmake/IntfVelmor/IntfVelmorConfigVersion.cmake \
          lib/cmake/IntfVelmor/IntfVelmorTargets.cmake \
-         lib/libtolkRefHost.so.1.0.0 include/tolkRefHost.h lib/pkgconfig/tolkrefhost.pc \
+         "lib/$host_file" include/tolkRefHost.h lib/pkgconfig/tolkrefhost.pc \
          lib/cmake/TolkRefHost/TolkRefHostConfig.cmake; do
     [ -f "$prefix/$f" ] || fail "$f missing"
 done
-[ "$(readlink "$lib/libIntfVelmor.so.1")" = libIntfVelmor.so.1.0.0 ] || fail "libIntfVelmor.so.1 link"
-[ "$(readlink "$lib/libIntfVelmor.so")" = libIntfVelmor.so.1 ] || fail "libIntfVelmor.so link"
-[ "$(readlink "$lib/libtolkRefHost.so")" = libtolkRefHost.so.1 ] || fail "libtolkRefHost.so link"
+[ "$(readlink "$lib/$lib_soname")" = "$lib_file" ] || fail "$lib_soname link"
+[ "$(readlink "$lib/libIntfVelmor.so")" = "$lib_soname" ] || fail "libIntfVelmor.so link"
+[ "$(readlink "$lib/$host_soname")" = "$host_file" ] || fail "$host_soname link"
+[ "$(readlink "$lib/libtolkRefHost.so")" = "$host_soname" ] || fail "libtolkRefHost.so link"
 # Its name and imports are checked on the build tree (check_abi.sh); internal headers stay behind.
 [ ! -e "$prefix/include/tolkHost.h" ] && [ ! -e "$prefix/include/engine.h" ] || fail "internal header installed"
 # Nothing installed points back into the source or build trees.
@@ -50,7 +56,8 @@ run_consumer() {
 # CMake: find_package(IntfVelmor) and find_package(TolkRefHost). The program
 # runs from its build tree as is: CMake gives it a run path to the prefix.
 cmake -S "$here" -B "$work/cmake" -G "$generator" -DCMAKE_C_COMPILER="$cc" \
-      -DCMAKE_PREFIX_PATH="$prefix" > "$work/cmake.log" 2>&1 || { cat "$work/cmake.log"; exit 1; }
+      -DCMAKE_PREFIX_PATH="$prefix" -DINTFVELMOR_VERSION="$version" > "$work/cmake.log" 2>&1 ||
+    { cat "$work/cmake.log"; exit 1; }
 cmake --build "$work/cmake" > "$work/build.log" 2>&1 || { cat "$work/build.log"; exit 1; }
 run_consumer find_package "$work/cmake/consumer"
 
@@ -58,7 +65,7 @@ run_consumer find_package "$work/cmake/consumer"
 # once through LD_LIBRARY_PATH and once built with a run path to libdir.
 PKG_CONFIG_PATH=$lib/pkgconfig
 export PKG_CONFIG_PATH
-[ "$(pkg-config --modversion intfvelmor)" = 1.0.0 ] || fail "pkg-config version"
+[ "$(pkg-config --modversion intfvelmor)" = "$version" ] || fail "pkg-config version"
 cflags=$(pkg-config --cflags intfvelmor tolkrefhost)
 libs=$(pkg-config --libs intfvelmor tolkrefhost)
 libdir=$(pkg-config --variable=libdir intfvelmor)
